@@ -1,0 +1,12 @@
+#include "mapclass.h"
+
+namespace Vexil {
+
+MapClass::MapClass()
+    : Class("Vexil_Map", true)
+{
+}
+
+MapClass::~MapClass() = default;
+
+} // namespace Vexil

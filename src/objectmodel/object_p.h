@@ -1,0 +1,45 @@
+// object_p.h: internal data of classes, shared by the object units and the tests. Not installed.
+#ifndef VEXIL_OBJECT_P_H
+#define VEXIL_OBJECT_P_H
+
+#include "object.h"
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+
+#include <vector>
+
+namespace Vexil {
+
+class StaticPropertyDelegate;
+
+class ClassPrivate
+{
+public:
+    const Class *superClass = Class::uninitialized;
+    std::vector<Constructor *> constructors;
+    std::vector<Method *> methods;
+    std::vector<Property *> properties;
+    std::vector<Event *> events;
+    std::vector<Enum *> enums;
+    QMap<QString, const Class *> interfaces;
+    const StaticPropertyDelegate *propertyDelegate = nullptr;
+    // Properties made from the property delegate's declarations, created on first access.
+    std::vector<Property *> *delegateProperties = nullptr;
+    bool propertyDelegateLooked = false;
+    bool spare = false;
+    int numDelegateProperties = -1;
+    int classId = -1;
+    int declaredMethods = -1;
+    int declaredConstructors = -1;
+    int declaredProperties = -1;
+    int declaredEvents = -1;
+    int declaredEnums = -1;
+    QByteArray name;
+    Namespace *nameSpace = nullptr;
+};
+
+} // namespace Vexil
+
+#endif // VEXIL_OBJECT_P_H

@@ -1,0 +1,48 @@
+// testsupport.cpp: stderr capture for tests that check diagnostics.
+#include "testsupport.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace VexilTest {
+
+StderrCapture::StderrCapture()
+    : m_savedFd(-1)
+    , m_file(std::tmpfile())
+{
+    std::fflush(stderr);
+    m_savedFd = ::dup(2);
+    if (m_file)
+        ::dup2(::fileno(m_file), 2);
+}
+
+StderrCapture::~StderrCapture()
+{
+    std::fflush(stderr);
+    if (m_savedFd >= 0) {
+        ::dup2(m_savedFd, 2);
+        ::close(m_savedFd);
+    }
+    if (m_file)
+        std::fclose(m_file);
+}
+
+std::string StderrCapture::text() const
+{
+    std::fflush(stderr);
+    if (!m_file)
+        return std::string();
+    // Read through the descriptor: the writes went through fd 2, not through this FILE's buffer.
+    const int fd = ::fileno(m_file);
+    std::string out;
+    char buf[4096];
+    off_t offset = 0;
+    ssize_t n;
+    while ((n = ::pread(fd, buf, sizeof buf, offset)) > 0) {
+        out.append(buf, static_cast<size_t>(n));
+        offset += n;
+    }
+    return out;
+}
+
+} // namespace VexilTest
