@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds and runs the whole test suite: once plainly, once under
+# AddressSanitizer and UndefinedBehaviorSanitizer, then checks the installed package with a consumer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/install-deps.sh
+jobs=${VEXIL_JOBS:-2}
+
+echo "== Plain build"
+cmake -S . -B build-test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXIL_BUILD_BENCHMARKS=ON >/dev/null
+cmake --build build-test -j"$jobs"
+(cd build-test && ctest --output-on-failure -j"$jobs" --timeout 300)
+
+echo "== Sanitizer build (AddressSanitizer, UndefinedBehaviorSanitizer)"
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DVEXIL_SANITIZE=ON -DVEXIL_BUILD_EXAMPLES=OFF >/dev/null
+cmake --build build-asan -j"$jobs"
+(cd build-asan && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1 \
+    ctest --output-on-failure -j"$jobs" --timeout 600)
+
+echo "== Installed package"
+scripts/check-install.sh build-test
