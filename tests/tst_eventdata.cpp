@@ -1,1 +1,892 @@
+// tst_eventdata.cpp: recorded event data: records, argument trees, debug text, stream form and bad streams.
 #include "testsupport.h"
+
+#include "inspector.h"
+#include "object.h"
+
+#include <QDataStream>
+#include <QTime>
+
+#include <ctime>
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+using namespace Vexil;
+
+namespace {
+
+// A zone half an hour off a whole-hour offset, so time stamps that ignore the local zone are caught.
+const bool s_zoneSet = [] {
+    qputenv("TZ", "XST-5:30");
+    tzset();
+    return true;
+}();
+
+Inspector *insp()
+{
+    return Inspector::self();
+}
+
+const Class *prim(Inspector::PrimitiveTypes t)
+{
+    return insp()->type(t);
+}
+
+struct PropDef {
+    const char *name;
+    const Class *type;
+    const Enum *enumeration;
+    PropertyDeclaration::ReadFunction read;
+    unsigned int flags;
+};
+
+// A registered class (the Inspector owns it) with read-function properties and optional conversion hooks.
+class TestClass : public Class
+{
+public:
+    explicit TestClass(const char *name) : Class(name, true) { }
+
+    void setProperties(std::vector<PropDef> defs)
+    {
+        m_defs = std::move(defs);
+        setNumProperties(int(m_defs.size()));
+    }
+
+    Property *createProperty(int index) const override
+    {
+        const PropDef &def = m_defs.at(size_t(index));
+        auto *decl = new PropertyDeclaration(this, Argument(def.type, 0, 0, def.enumeration),
+                                             QString::fromLatin1(def.name), def.flags, def.read, nullptr);
+        return new Property(decl, this, index, true);
+    }
+
+    bool canConvertToInternal(const Class *target, bool sourceIsPointer, bool targetIsPointer) const override
+    {
+        return canConvert && canConvert(target, sourceIsPointer, targetIsPointer);
+    }
+    Object::Ptr convertToInternal(Object::Ptr object, const Class *target, bool targetIsPointer) const override
+    {
+        return convert ? convert(object, target, targetIsPointer) : Object::Ptr();
+    }
+
+    std::function<bool(const Class *, bool, bool)> canConvert;
+    std::function<Object::Ptr(Object::Ptr, const Class *, bool)> convert;
+
+private:
+    std::vector<PropDef> m_defs;
+};
+
+Object::Ptr wrapData(const Class *cls, void *data)
+{
+    return cls->wrap(data, ObjectAttribute());
+}
+
+QByteArray bytesOf(const EventData &rec)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    rec.writeObject(out);
+    return bytes;
+}
+
+QByteArray bytesOf(const EventDataArg &arg)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    arg.writeObject(out);
+    return bytes;
+}
+
+// Hex with blanks for readability; fromHex skips them.
+QByteArray hex(const char *text)
+{
+    return QByteArray::fromHex(QByteArray(text));
+}
+
+void expectBlankRecord(const EventData &rec)
+{
+    EXPECT_EQ(rec.type, 0);
+    EXPECT_TRUE(rec.eventName.isNull());
+    EXPECT_TRUE(rec.methodName.isNull());
+    EXPECT_TRUE(rec.objectId.isNull());
+    EXPECT_EQ(rec.arguments.size(), 0u);
+    EXPECT_TRUE(rec.timeStamp.isNull());
+    EXPECT_TRUE(rec.extraText.isNull());
+    EXPECT_TRUE(rec.argumentTexts.isEmpty());
+    EXPECT_EQ(rec.extraValue, -1);
+    EXPECT_TRUE(rec.itemText.isNull());
+}
+
+void expectBlankArg(const EventDataArg &arg)
+{
+    EXPECT_EQ(arg.kind, 0);
+    EXPECT_TRUE(arg.name.isNull());
+    EXPECT_EQ(arg.classId, -1);
+    EXPECT_TRUE(arg.value.isNull());
+    EXPECT_TRUE(arg.enumName.isNull());
+    EXPECT_EQ(arg.typeId, -1);
+    EXPECT_EQ(arg.args().size(), 0u);
+    EXPECT_TRUE(arg.keys.isEmpty());
+}
+
+// An event record with every field set and arguments of kinds 2 and 1, plus its stream form written out by hand.
+EventData fullRecord()
+{
+    EventData rec;
+    rec.eventName = QStringLiteral("tap");
+    rec.objectId = QStringLiteral("btn");
+    rec.timeStamp = QTime(0, 0, 1);
+    rec.extraText = QStringLiteral("x");
+    rec.argumentTexts = QStringList{QStringLiteral("a")};
+    rec.extraValue = 7;
+    rec.itemText = QStringLiteral("it");
+
+    EventDataArg mode(QStringLiteral("mode"), prim(Inspector::Int));
+    mode.kind = EventDataArg::EnumValue;
+    mode.enumName = QStringLiteral("E");
+    mode.value = QStringLiteral("5");
+    mode.keys = QStringList{QStringLiteral("A"), QStringLiteral("C")};
+
+    FVector<EventDataArg> subs(1);
+    subs[0] = EventDataArg(QStringLiteral("x"), prim(Inspector::Double));
+    subs[0].value = QStringLiteral("3");
+    subs[0].typeId = 1;
+    EventDataArg pos(QStringLiteral("pos"), nullptr);
+    pos.setArguments(subs);
+
+    rec.arguments.resize(2);
+    rec.arguments[0] = mode;
+    rec.arguments[1] = pos;
+    return rec;
+}
+
+const char *const kFullRecordHex =
+    "00000000"                                    // type: event
+    "00000006 0074 0061 0070"                     // eventName "tap"
+    "00000006 0062 0074 006e"                     // objectId "btn"
+    "000003e8"                                    // timeStamp 00:00:01
+    "00000002 0078"                               // second text "x"
+    "00000001 00000002 0061"                      // argumentTexts ["a"]
+    "00000002"                                    // two arguments
+    "00000008 006d 006f 0064 0065 00000001 00000002"      // "mode", int, kind 2
+    "00000002 0045 00000002 0035"                         //   enumName "E", value "5"
+    "00000002 00000002 0041 00000002 0043"                //   keys ["A", "C"]
+    "00000006 0070 006f 0073 ffffffff 00000001"           // "pos", no class, kind 1
+    "00000001"                                            //   one sub-argument:
+    "00000002 0078 00000005 00000000 00000002 0033 00000001" // "x", double, kind 0, "3", typeId 1
+    "00000007"                                    // integer field
+    "00000004 0069 0074";                         // itemText "it"
+
+// A chain of \p levels objects nested in each other around one plain leaf.
+QByteArray nestedArgBytes(int levels)
+{
+    QByteArray bytes;
+    const QByteArray level = hex("ffffffff 00000000 00000001 00000001");
+    bytes.reserve(level.size() * levels + 20);
+    for (int i = 0; i < levels; ++i)
+        bytes += level;
+    bytes += hex("ffffffff 00000000 00000000 ffffffff 00000000");
+    return bytes;
+}
+
+int countArgs(const EventDataArg &arg)
+{
+    int n = 1;
+    for (const EventDataArg &sub : arg.args())
+        n += countArgs(sub);
+    return n;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------------------
+// FVector
+
+TEST(FVector, ResizeKeepsLeadingElementsAndCopiesAreDeep)
+{
+    FVector<QString> v;
+    EXPECT_EQ(v.size(), 0u);
+    EXPECT_EQ(v.begin(), v.end());
+    v.resize(2);
+    v[0] = QStringLiteral("a");
+    v[1] = QStringLiteral("b");
+    v.resize(3);
+    ASSERT_EQ(v.size(), 3u);
+    EXPECT_EQ(v[0], QStringLiteral("a"));
+    EXPECT_EQ(v[1], QStringLiteral("b"));
+    EXPECT_TRUE(v[2].isNull());
+    v.resize(1);
+    ASSERT_EQ(v.size(), 1u);
+    EXPECT_EQ(v[0], QStringLiteral("a"));
+
+    FVector<QString> copy(v);
+    copy[0] = QStringLiteral("changed");
+    EXPECT_EQ(v[0], QStringLiteral("a"));
+    copy = copy;
+    EXPECT_EQ(copy[0], QStringLiteral("changed"));
+    v = copy;
+    EXPECT_EQ(v[0], QStringLiteral("changed"));
+
+    FVector<QString> moved(std::move(v));
+    EXPECT_EQ(moved.size(), 1u);
+    EXPECT_EQ(v.size(), 0u);
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Records
+
+TEST(EventData, IndexesComeFromOneCounterAndCopiesKeepThem)
+{
+    EventData a;
+    EventData b = EventData::fromComment(QStringLiteral("c"));
+    EventData c(QStringLiteral("f"), QStringList(), QString());
+    EXPECT_EQ(b.index, a.index + 1);
+    EXPECT_EQ(c.index, b.index + 1);
+    EXPECT_FALSE(a == b);
+    EXPECT_TRUE(a != b);
+
+    EventData copy = b;
+    EXPECT_TRUE(copy == b);
+    copy.objectId = QStringLiteral("other");
+    EXPECT_TRUE(copy == b); // equality is identity of the record, not of its fields
+    EXPECT_FALSE(a.timeStamp.isNull());
+    EXPECT_EQ(a.extraValue, -1);
+    EXPECT_TRUE(a.extraText.isEmpty());
+    EXPECT_TRUE(a.itemText.isEmpty());
+}
+
+TEST(EventData, OrdersByTimeStampThenIndex)
+{
+    EventData first;
+    EventData second;
+    first.timeStamp = second.timeStamp = QTime(12, 0);
+    EXPECT_TRUE(first < second);
+    EXPECT_FALSE(second < first);
+    EXPECT_FALSE(first < first);
+
+    second.timeStamp = QTime(11, 59, 59, 999);
+    EXPECT_TRUE(second < first);
+    EXPECT_FALSE(first < second);
+
+    EventData unstamped;
+    unstamped.timeStamp = QTime();
+    EXPECT_TRUE(unstamped < second);
+
+    // The stamp is the local time of day, as QTime tells it.
+    const QTime before = QTime::currentTime();
+    unstamped.createTimeStamp();
+    const QTime after = QTime::currentTime();
+    ASSERT_TRUE(unstamped.timeStamp.isValid());
+    const int day = 86400000;
+    const int sinceBefore = (before.msecsTo(unstamped.timeStamp) + day) % day;
+    const int untilAfter = (unstamped.timeStamp.msecsTo(after) + day) % day;
+    EXPECT_LE(sinceBefore, 1000) << s_zoneSet;
+    EXPECT_LE(untilAfter, 1000);
+}
+
+TEST(EventData, KindsAndNamesOfTheConstructors)
+{
+    EventData comment = EventData::fromComment(QStringLiteral("note"));
+    EXPECT_EQ(comment.type, 2);
+    EXPECT_EQ(comment.objectId, QStringLiteral("note"));
+
+    EventData started = EventData::applicationStarted();
+    EXPECT_EQ(started.type, 4);
+    EXPECT_TRUE(started.objectId.isEmpty());
+
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(3)});
+    EXPECT_EQ(call.type, 1);
+    EXPECT_EQ(call.methodName, QStringLiteral("click"));
+    EXPECT_EQ(call.objectId, QStringLiteral("w"));
+    ASSERT_EQ(call.arguments.size(), 1u);
+    EXPECT_TRUE(call.arguments[0].name.isEmpty());
+    EXPECT_EQ(call.arguments[0].value, QStringLiteral("3"));
+
+    EventData function(QStringLiteral("sleep"), ObjectList{insp()->createPrimitive(0.5)}, QStringLiteral("ignored"));
+    EXPECT_EQ(function.type, 3);
+    EXPECT_EQ(function.methodName, QStringLiteral("sleep"));
+    EXPECT_TRUE(function.objectId.isEmpty());
+    EXPECT_TRUE(function.extraText.isEmpty());
+    ASSERT_EQ(function.arguments.size(), 1u);
+    EXPECT_EQ(function.arguments[0].value, QStringLiteral("0.5"));
+
+    EventData texts(QStringLiteral("type"), QStringList{QStringLiteral("a"), QStringLiteral("b")}, QString());
+    EXPECT_EQ(texts.type, 3);
+    EXPECT_EQ(texts.methodName, QStringLiteral("type"));
+    EXPECT_EQ(texts.argumentTexts, (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    EXPECT_EQ(texts.arguments.size(), 0u);
+}
+
+TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
+{
+    auto *widget = new TestClass("EvdWidget");
+    Enum button(widget, QStringLiteral("Button"));
+    button.addItem(QStringLiteral("Left"), 1);
+    button.addItem(QStringLiteral("Right"), 2);
+    const Argument none(prim(Inspector::Void));
+    const Signature sig(Argument(QStringLiteral("button"), prim(Inspector::Int), 0, 0, &button),
+                        Argument(QStringLiteral("times"), prim(Inspector::Int)));
+    Method click(widget, none, QStringLiteral("click"), sig, false, 0);
+    const ObjectList args{insp()->createPrimitive(2), insp()->createPrimitive(5), insp()->createPrimitive(9)};
+
+    EventData onObject(&click, QStringLiteral("w"), args);
+    EXPECT_EQ(onObject.type, 1);
+    EXPECT_EQ(onObject.methodName, QStringLiteral("[findObject \"w\"] click"));
+    EXPECT_TRUE(onObject.objectId.isEmpty());
+    ASSERT_EQ(onObject.arguments.size(), 3u);
+    EXPECT_EQ(onObject.arguments[0].name, QStringLiteral("button"));
+    EXPECT_EQ(onObject.arguments[0].kind, 2);
+    EXPECT_EQ(onObject.arguments[0].keys, QStringList{QStringLiteral("Right")});
+    EXPECT_EQ(onObject.arguments[1].name, QStringLiteral("times"));
+    EXPECT_EQ(onObject.arguments[1].kind, 0);
+    EXPECT_EQ(onObject.arguments[1].value, QStringLiteral("5"));
+    // A value past the declared parameters has no declaration.
+    EXPECT_TRUE(onObject.arguments[2].name.isEmpty());
+    EXPECT_EQ(onObject.arguments[2].value, QStringLiteral("9"));
+
+    EventData asFunction(&click, args);
+    EXPECT_EQ(asFunction.type, 3);
+    EXPECT_EQ(asFunction.methodName, QStringLiteral("click"));
+    EXPECT_TRUE(asFunction.objectId.isEmpty());
+    EXPECT_EQ(asFunction.arguments.size(), 3u);
+
+    ASSERT_NE(insp()->globalClass(), nullptr);
+    Method global(insp()->globalClass(), none, QStringLiteral("waitFor"), Signature(), true, 0);
+    EventData onGlobal(&global, QStringLiteral("w"), ObjectList());
+    EXPECT_EQ(onGlobal.methodName, QStringLiteral("waitFor"));
+    EXPECT_EQ(onGlobal.objectId, QStringLiteral("w"));
+
+    Event clicked(widget, QStringLiteral("clicked"),
+                  Signature(Argument(QStringLiteral("button"), prim(Inspector::Int), 0, 0, &button)));
+    EventData event(&clicked, QStringLiteral("w"), ObjectList{insp()->createPrimitive(1)});
+    EXPECT_EQ(event.type, 0);
+    EXPECT_EQ(event.eventName, QStringLiteral("clicked"));
+    EXPECT_EQ(event.objectId, QStringLiteral("w"));
+    ASSERT_EQ(event.arguments.size(), 1u);
+    EXPECT_EQ(event.arguments[0].enumName, QStringLiteral("Button"));
+    EXPECT_EQ(event.arguments[0].keys, QStringList{QStringLiteral("Left")});
+}
+
+TEST(EventData, DebugTextsAndDump)
+{
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(42)});
+    EXPECT_EQ(call.toDebugString(),
+              "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]");
+    EXPECT_EQ(EventData::fromComment(QStringLiteral("the text")).toDebugString(),
+              "Type comment: objectId: 'the text' numArguments: 0: [ ]");
+    EXPECT_EQ(EventData::applicationStarted().toDebugString(), "Type started: objectId: '' numArguments: 0: [ ]");
+
+    EventData event;
+    event.eventName = QStringLiteral("tap");
+    event.objectId = QStringLiteral("list");
+    event.itemText = QStringLiteral("Row 1");
+    event.arguments.resize(2);
+    event.arguments[0].value = QStringLiteral("a");
+    event.arguments[1].value = QStringLiteral("b");
+    EXPECT_EQ(event.toDebugString(),
+              "Type event: eventName: 'tap' objectId: 'list', itemText = 'Row 1' numArguments: 2: [ a b ]");
+
+    EventData function(QStringLiteral("sleep"), ObjectList{insp()->createPrimitive(0.5)}, QString());
+    EXPECT_EQ(function.toDebugString(),
+              "Type method/function: methodName: 'sleep' objectId: '' numArguments: 1: [ 0.5 ]");
+
+    VexilTest::StderrCapture capture;
+    dumpEventData(call);
+    EXPECT_EQ(capture.text(), "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]\n");
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Arguments
+
+TEST(EventDataArg, ConstructorAndSetArguments)
+{
+    EventDataArg arg(QStringLiteral("p"), prim(Inspector::Double));
+    EXPECT_EQ(arg.name, QStringLiteral("p"));
+    EXPECT_EQ(arg.classId, 5);
+    EXPECT_EQ(arg.kind, 0);
+    EXPECT_TRUE(arg.value.isEmpty());
+    EXPECT_EQ(arg.args().size(), 0u);
+
+    FVector<EventDataArg> subs(2);
+    subs[1].name = QStringLiteral("second");
+    arg.setArguments(subs);
+    EXPECT_EQ(arg.kind, 1);
+    ASSERT_EQ(arg.args().size(), 2u);
+    EXPECT_EQ(arg.args()[1].name, QStringLiteral("second"));
+    subs[1].name = QStringLiteral("changed");
+    EXPECT_EQ(arg.args()[1].name, QStringLiteral("second")); // copied, not shared
+}
+
+TEST(EventDataArg, PrimitiveValuesBecomeText)
+{
+    EventDataArg d = EventData::createArgument(QStringLiteral("d"), nullptr, nullptr, insp()->createPrimitive(0.5));
+    EXPECT_EQ(d.kind, 0);
+    EXPECT_EQ(d.name, QStringLiteral("d"));
+    EXPECT_EQ(d.value, QStringLiteral("0.5"));
+    EXPECT_EQ(d.classId, 5);
+    EXPECT_EQ(d.typeId, 5);
+
+    EventDataArg t = EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive("abc"));
+    EXPECT_EQ(t.kind, 0);
+    EXPECT_EQ(t.value, QStringLiteral("abc"));
+    EXPECT_EQ(t.classId, 4);
+    EXPECT_EQ(t.typeId, 4);
+
+    EventDataArg b = EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive(true));
+    EXPECT_EQ(b.value, QStringLiteral("true"));
+    EXPECT_EQ(b.typeId, 3);
+
+    // An enumeration only applies to int values.
+    Enum e(nullptr, QStringLiteral("E"));
+    e.addItem(QStringLiteral("One"), 1);
+    EventDataArg notInt = EventData::createArgument(QString(), nullptr, &e, insp()->createPrimitive(1.0));
+    EXPECT_EQ(notInt.kind, 0);
+    EXPECT_EQ(notInt.value, QStringLiteral("1"));
+
+    EventDataArg missing = EventData::createArgument(QStringLiteral("m"), prim(Inspector::Int), nullptr,
+                                                     Object::Ptr());
+    EXPECT_EQ(missing.kind, 0);
+    EXPECT_EQ(missing.name, QStringLiteral("m"));
+    EXPECT_EQ(missing.classId, 1);
+    EXPECT_TRUE(missing.value.isEmpty());
+}
+
+TEST(EventDataArg, MaskEnumerationKeepsARemainder)
+{
+    Enum flags(nullptr, QStringLiteral("Flags"));
+    flags.addItem(QStringLiteral("None"), 0);
+    flags.addItem(QStringLiteral("A"), 1);
+    flags.addItem(QStringLiteral("B"), 2);
+    flags.addItem(QStringLiteral("Nothing"), 0);
+    flags.addItem(QStringLiteral("C"), 4);
+    flags.setIsMask(true);
+
+    struct Row { int n; QStringList keys; };
+    const Row rows[] = {
+        {5, {QStringLiteral("A"), QStringLiteral("C")}},
+        {6, {QStringLiteral("B"), QStringLiteral("C")}},
+        {8, {}},
+        {9, {}},
+        {0, {QStringLiteral("None"), QStringLiteral("Nothing")}},
+        {-1, {}},
+    };
+    for (const Row &row : rows) {
+        EventDataArg arg = EventData::createArgument(QStringLiteral("f"), prim(Inspector::Int), &flags,
+                                                     insp()->createPrimitive(row.n));
+        EXPECT_EQ(arg.kind, 2) << row.n;
+        EXPECT_EQ(arg.enumName, QStringLiteral("Flags")) << row.n;
+        EXPECT_EQ(arg.value, QString::number(row.n)) << row.n;
+        EXPECT_EQ(arg.keys, row.keys) << row.n;
+        EXPECT_EQ(arg.classId, 1) << row.n;
+    }
+
+    // Overlapping values, forced to count as a mask: the walk is greedy in declared order.
+    Enum overlap(nullptr, QStringLiteral("Overlap"));
+    overlap.addItem(QStringLiteral("AB"), 3);
+    overlap.addItem(QStringLiteral("A"), 1);
+    overlap.addItem(QStringLiteral("B"), 2);
+    overlap.setIsMask(true);
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, &overlap, insp()->createPrimitive(3)).keys,
+              QStringList{QStringLiteral("AB")});
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, &overlap, insp()->createPrimitive(1)).keys,
+              QStringList{QStringLiteral("A")});
+}
+
+TEST(EventDataArg, PlainEnumerationTakesTheKeyOfTheValue)
+{
+    Enum color(nullptr, QStringLiteral("Color"));
+    color.addItem(QStringLiteral("Red"), 1);
+    color.addItem(QStringLiteral("Green"), 2);
+    color.addItem(QStringLiteral("Lime"), 2);
+    color.setIsMask(false);
+
+    EventDataArg green = EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(2));
+    EXPECT_EQ(green.kind, 2);
+    EXPECT_EQ(green.keys, QStringList{QStringLiteral("Green")});
+
+    VexilTest::StderrCapture capture;
+    EventDataArg none = EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(3));
+    EXPECT_EQ(none.kind, 2);
+    EXPECT_EQ(none.value, QStringLiteral("3"));
+    EXPECT_TRUE(none.keys.isEmpty());
+    EXPECT_EQ(capture.text(), "");
+}
+
+TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
+{
+    static int handleData = 7;
+    static int labelData = 1;
+    auto *handle = new TestClass("EvdHandle");
+    handle->canConvert = [](const Class *target, bool, bool targetIsPointer) {
+        return (target == prim(Inspector::Int) && !targetIsPointer)
+            || (target == prim(Inspector::Char) && targetIsPointer);
+    };
+    handle->convert = [](Object::Ptr o, const Class *target, bool) {
+        if (target == prim(Inspector::Int))
+            return insp()->createPrimitive(*static_cast<int *>(o->rawData()));
+        return insp()->createPrimitive("handle");
+    };
+    auto *label = new TestClass("EvdLabel");
+    label->canConvert = [](const Class *target, bool, bool targetIsPointer) {
+        return target == prim(Inspector::Char) && targetIsPointer;
+    };
+    label->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
+    auto *unrelated = new TestClass("EvdUnrelated");
+
+    Object::Ptr h = wrapData(handle, &handleData);
+    EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), prim(Inspector::Int), nullptr, h);
+    EXPECT_EQ(asInt.kind, 0);
+    EXPECT_EQ(asInt.value, QStringLiteral("7"));
+    EXPECT_EQ(asInt.typeId, 1);
+    EXPECT_EQ(asInt.classId, handle->classId());
+    // Both conversions reach a text parameter; the integer one comes first.
+    EXPECT_EQ(EventData::createArgument(QString(), prim(Inspector::Char), nullptr, h).typeId, 1);
+
+    Object::Ptr l = wrapData(label, &labelData);
+    EventDataArg asText = EventData::createArgument(QStringLiteral("l"), prim(Inspector::Char), nullptr, l);
+    EXPECT_EQ(asText.kind, 0);
+    EXPECT_EQ(asText.value, QStringLiteral("label text"));
+    EXPECT_EQ(asText.typeId, 4);
+    EXPECT_EQ(asText.classId, label->classId());
+
+    // Without a declared class, or one the converted value can't reach, the object is expanded instead.
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, h).kind, 1);
+    EventDataArg unreached = EventData::createArgument(QString(), unrelated, nullptr, l);
+    EXPECT_EQ(unreached.kind, 1);
+    EXPECT_EQ(unreached.args().size(), 0u);
+}
+
+namespace {
+struct PointData {
+    int x;
+    double y;
+    int mode;
+};
+int s_labelStorage = 0;
+int s_emptyStorage = 0;
+const Class *s_evdText = nullptr;
+const Class *s_evdEmpty = nullptr;
+} // namespace
+
+TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
+{
+    auto *text = new TestClass("EvdText");
+    text->canConvert = [](const Class *target, bool, bool targetIsPointer) {
+        return target == prim(Inspector::Char) && targetIsPointer;
+    };
+    text->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("hello"); };
+    s_evdText = text;
+    auto *empty = new TestClass("EvdEmpty");
+    s_evdEmpty = empty;
+    auto *point = new TestClass("EvdPoint");
+    // Outlives the test: the class keeps the declarations that point at it.
+    auto *mode = new Enum(point, QStringLiteral("Mode"));
+    mode->addItem(QStringLiteral("Fast"), 1);
+    mode->addItem(QStringLiteral("Slow"), 2);
+    const unsigned int r = PropertyDeclaration::Readable;
+    point->setProperties({
+        {"x", prim(Inspector::Int), nullptr,
+         [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->x); }, r},
+        {"y", prim(Inspector::Double), nullptr,
+         [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->y); }, r},
+        {"mode", prim(Inspector::Int), mode,
+         [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->mode); }, r},
+        {"caption", prim(Inspector::Char), nullptr,
+         [](Object::Ptr) { return wrapData(s_evdText, &s_labelStorage); }, r},
+        {"inner", empty, nullptr, [](Object::Ptr) { return wrapData(s_evdEmpty, &s_emptyStorage); }, r},
+        {"secret", prim(Inspector::Int), nullptr, [](Object::Ptr) { return insp()->createPrimitive(99); }, 0},
+    });
+
+    PointData data{3, 2.5, 2};
+    insp()->lastError();
+    VexilTest::StderrCapture capture;
+    EventDataArg arg = EventData::createArgument(QStringLiteral("pt"), nullptr, nullptr, wrapData(point, &data));
+    EXPECT_EQ(capture.text(), "");
+    EXPECT_EQ(arg.kind, 1);
+    EXPECT_EQ(arg.name, QStringLiteral("pt"));
+    EXPECT_EQ(arg.classId, point->classId());
+    ASSERT_EQ(arg.args().size(), 6u);
+    const FVector<EventDataArg> &p = arg.args();
+    EXPECT_EQ(p[0].name, QStringLiteral("x"));
+    EXPECT_EQ(p[0].value, QStringLiteral("3"));
+    EXPECT_EQ(p[0].typeId, 1);
+    EXPECT_EQ(p[1].name, QStringLiteral("y"));
+    EXPECT_EQ(p[1].value, QStringLiteral("2.5"));
+    EXPECT_EQ(p[1].typeId, 5);
+    EXPECT_EQ(p[2].name, QStringLiteral("mode"));
+    EXPECT_EQ(p[2].kind, 2);
+    EXPECT_EQ(p[2].enumName, QStringLiteral("Mode"));
+    EXPECT_EQ(p[2].keys, QStringList{QStringLiteral("Slow")});
+    EXPECT_EQ(p[3].name, QStringLiteral("caption"));
+    EXPECT_EQ(p[3].kind, 0);
+    EXPECT_EQ(p[3].value, QStringLiteral("hello"));
+    EXPECT_EQ(p[3].typeId, 4);
+    EXPECT_EQ(p[3].classId, text->classId());
+    EXPECT_EQ(p[4].name, QStringLiteral("inner"));
+    EXPECT_EQ(p[4].kind, 1);
+    EXPECT_EQ(p[4].args().size(), 0u);
+    // A property that can't be read keeps its place with an empty value of its declared class.
+    EXPECT_EQ(p[5].name, QStringLiteral("secret"));
+    EXPECT_EQ(p[5].kind, 0);
+    EXPECT_EQ(p[5].classId, 1);
+    EXPECT_TRUE(p[5].value.isEmpty());
+
+    // A null object keeps the shape without reading anything or leaving an error behind.
+    EventDataArg nullArg = EventData::createArgument(QString(), nullptr, nullptr, point->createNull());
+    EXPECT_EQ(nullArg.kind, 1);
+    ASSERT_EQ(nullArg.args().size(), 6u);
+    EXPECT_TRUE(nullArg.args()[0].value.isEmpty());
+    EXPECT_EQ(insp()->lastError(), QString());
+}
+
+TEST(EventDataArg, SelfReferenceStopsAtTheDepthLimit)
+{
+    static int loopData = 0;
+    auto *loop = new TestClass("EvdLoop");
+    loop->setProperties({{"self", loop, nullptr, [](Object::Ptr o) { return o; }, PropertyDeclaration::Readable}});
+
+    EventDataArg arg = EventData::createArgument(QStringLiteral("l"), nullptr, nullptr, wrapData(loop, &loopData));
+    int levels = 0;
+    const EventDataArg *cur = &arg;
+    while (cur->args().size() > 0) {
+        ASSERT_EQ(cur->args().size(), 1u);
+        cur = &cur->args()[0];
+        EXPECT_EQ(cur->name, QStringLiteral("self"));
+        ++levels;
+    }
+    EXPECT_EQ(levels, EventDataArg::maxObjectDepth);
+    EXPECT_EQ(cur->kind, 1);
+
+    // Several properties leading back multiply the tree; the budget keeps it bounded.
+    static int wideData = 0;
+    auto *wide = new TestClass("EvdWideLoop");
+    const auto back = [](Object::Ptr o) { return o; };
+    const unsigned int r = PropertyDeclaration::Readable;
+    wide->setProperties({{"a", wide, nullptr, back, r}, {"b", wide, nullptr, back, r},
+                         {"c", wide, nullptr, back, r}, {"d", wide, nullptr, back, r}});
+    EventDataArg big = EventData::createArgument(QString(), nullptr, nullptr, wrapData(wide, &wideData));
+    const int total = countArgs(big);
+    EXPECT_GT(total, 1000);
+    EXPECT_LE(total, EventDataArg::maxExpandedArguments + 4 * EventDataArg::maxObjectDepth + 1);
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Stream form
+
+TEST(EventDataStream, MethodCallAndCommentBytes)
+{
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(42)});
+    call.timeStamp = QTime(10, 0);
+    EXPECT_EQ(bytesOf(call), hex("00000001"                          // type: method call
+                                 "0000000a 0063 006c 0069 0063 006b" // methodName "click"
+                                 "00000002 0077"                     // objectId "w"
+                                 "02255100"                          // 10:00:00.000 in milliseconds
+                                 "ffffffff"                          // second text: null
+                                 "00000000"                          // no argument texts
+                                 "00000001"                          // one argument:
+                                 "ffffffff 00000001 00000000"        //   no name, int, kind 0
+                                 "00000004 0034 0032 00000001"       //   "42", typeId 1
+                                 "ffffffff"                          // integer field -1
+                                 "ffffffff"));                       // itemText: null
+
+    EventData comment = EventData::fromComment(QStringLiteral("hi"));
+    comment.timeStamp = QTime();
+    const QByteArray commentBytes = hex("00000002 00000004 0068 0069 ffffffff ffffffff 00000000 00000000"
+                                        "ffffffff ffffffff");
+    EXPECT_EQ(bytesOf(comment), commentBytes);
+
+    EventData read;
+    const qint32 ownIndex = read.index;
+    QDataStream in(commentBytes);
+    read.readObject(in);
+    EXPECT_EQ(in.status(), QDataStream::Ok);
+    EXPECT_TRUE(in.atEnd());
+    EXPECT_EQ(read.type, 2);
+    EXPECT_EQ(read.objectId, QStringLiteral("hi"));
+    EXPECT_TRUE(read.timeStamp.isNull());
+    EXPECT_EQ(read.index, ownIndex);
+
+    EventData started = EventData::applicationStarted();
+    started.timeStamp = QTime();
+    EXPECT_EQ(bytesOf(started), hex("00000004 ffffffff ffffffff ffffffff 00000000 00000000 ffffffff ffffffff"));
+
+    EventData function(QStringLiteral("f"), QStringList{QStringLiteral("1")}, QString());
+    function.timeStamp = QTime();
+    EXPECT_EQ(bytesOf(function), hex("00000003 00000002 0066 ffffffff ffffffff ffffffff"
+                                     "00000001 00000002 0031 00000000 ffffffff ffffffff"));
+}
+
+TEST(EventDataStream, EveryFieldInOrder)
+{
+    const QByteArray expected = hex(kFullRecordHex);
+    EXPECT_EQ(bytesOf(fullRecord()), expected);
+
+    EventData read = EventData::fromComment(QStringLiteral("stale"));
+    read.methodName = QStringLiteral("stale");
+    QDataStream in(expected);
+    read.readObject(in);
+    ASSERT_EQ(in.status(), QDataStream::Ok);
+    EXPECT_TRUE(in.atEnd());
+    EXPECT_EQ(read.type, 0);
+    EXPECT_EQ(read.eventName, QStringLiteral("tap"));
+    EXPECT_TRUE(read.methodName.isNull()); // not in an event's stream form
+    EXPECT_EQ(read.objectId, QStringLiteral("btn"));
+    EXPECT_EQ(read.timeStamp, QTime(0, 0, 1));
+    EXPECT_EQ(read.extraText, QStringLiteral("x"));
+    EXPECT_EQ(read.argumentTexts, QStringList{QStringLiteral("a")});
+    EXPECT_EQ(read.extraValue, 7);
+    EXPECT_EQ(read.itemText, QStringLiteral("it"));
+    ASSERT_EQ(read.arguments.size(), 2u);
+    const EventDataArg &mode = read.arguments[0];
+    EXPECT_EQ(mode.kind, 2);
+    EXPECT_EQ(mode.name, QStringLiteral("mode"));
+    EXPECT_EQ(mode.classId, 1);
+    EXPECT_EQ(mode.enumName, QStringLiteral("E"));
+    EXPECT_EQ(mode.value, QStringLiteral("5"));
+    EXPECT_EQ(mode.keys, (QStringList{QStringLiteral("A"), QStringLiteral("C")}));
+    const EventDataArg &pos = read.arguments[1];
+    EXPECT_EQ(pos.kind, 1);
+    EXPECT_EQ(pos.classId, -1);
+    ASSERT_EQ(pos.args().size(), 1u);
+    EXPECT_EQ(pos.args()[0].name, QStringLiteral("x"));
+    EXPECT_EQ(pos.args()[0].classId, 5);
+    EXPECT_EQ(pos.args()[0].value, QStringLiteral("3"));
+    EXPECT_EQ(pos.args()[0].typeId, 1);
+
+    EXPECT_EQ(bytesOf(read), expected);
+}
+
+TEST(EventDataStream, UnknownArgumentKindCarriesNothingMore)
+{
+    // An argument of kind 9 between the argument count and the integer field.
+    const QByteArray bytes = hex("00000002 ffffffff ffffffff ffffffff 00000000 00000001"
+                                 "00000002 006b 00000003 00000009"
+                                 "00000005 ffffffff");
+    EventData read;
+    QDataStream in(bytes);
+    read.readObject(in);
+    ASSERT_EQ(in.status(), QDataStream::Ok);
+    ASSERT_EQ(read.arguments.size(), 1u);
+    EXPECT_EQ(read.arguments[0].kind, 9);
+    EXPECT_EQ(read.arguments[0].classId, 3);
+    EXPECT_EQ(read.extraValue, 5);
+    EXPECT_EQ(bytesOf(read), bytes);
+}
+
+// ---------------------------------------------------------------------------------------------------------
+// Bad streams
+
+TEST(EventDataBadStream, EveryTruncationFailsAndLeavesABlankRecord)
+{
+    const QByteArray full = hex(kFullRecordHex);
+    for (int cut = 0; cut < full.size(); ++cut) {
+        EventData read = EventData::fromComment(QStringLiteral("stale"));
+        const qint32 ownIndex = read.index;
+        QDataStream in(full.left(cut));
+        read.readObject(in);
+        EXPECT_NE(in.status(), QDataStream::Ok) << "cut at " << cut;
+        expectBlankRecord(read);
+        EXPECT_EQ(read.index, ownIndex);
+        if (HasFailure())
+            FAIL() << "cut at " << cut;
+    }
+}
+
+TEST(EventDataBadStream, TruncatedArgumentsFailAndLeaveABlankArgument)
+{
+    const QByteArray full = bytesOf(fullRecord().arguments[1]);
+    for (int cut = 0; cut < full.size(); ++cut) {
+        EventDataArg arg(QStringLiteral("stale"), prim(Inspector::Int));
+        QDataStream in(full.left(cut));
+        arg.readObject(in);
+        EXPECT_EQ(in.status(), QDataStream::ReadPastEnd) << "cut at " << cut;
+        expectBlankArg(arg);
+    }
+}
+
+TEST(EventDataBadStream, HugeCountsDoNotAllocateAhead)
+{
+    // Two billion arguments announced in a stream that holds none of them.
+    EventData rec;
+    QDataStream recordStream(hex("00000002 ffffffff ffffffff ffffffff 00000000 77359400"));
+    rec.readObject(recordStream);
+    EXPECT_EQ(recordStream.status(), QDataStream::ReadPastEnd);
+    expectBlankRecord(rec);
+
+    // The same for argument texts, whose count Qt's own list reader would reserve.
+    QDataStream textStream(hex("00000002 ffffffff ffffffff ffffffff ffffffff"));
+    rec.readObject(textStream);
+    EXPECT_EQ(textStream.status(), QDataStream::ReadPastEnd);
+    expectBlankRecord(rec);
+
+    // Sub-arguments and enumeration keys.
+    EventDataArg arg;
+    QDataStream subStream(hex("ffffffff 00000000 00000001 77359400 ffff"));
+    arg.readObject(subStream);
+    EXPECT_EQ(subStream.status(), QDataStream::ReadPastEnd);
+    expectBlankArg(arg);
+    QDataStream keyStream(hex("ffffffff 00000000 00000002 ffffffff ffffffff 7fffffff"));
+    arg.readObject(keyStream);
+    EXPECT_EQ(keyStream.status(), QDataStream::ReadPastEnd);
+    expectBlankArg(arg);
+}
+
+TEST(EventDataBadStream, NegativeCountsAndImpossibleTimesAreCorrupt)
+{
+    EventData rec;
+    QDataStream negative(hex("00000002 ffffffff ffffffff ffffffff 00000000 80000000 ffffffff ffffffff"));
+    rec.readObject(negative);
+    EXPECT_EQ(negative.status(), QDataStream::ReadCorruptData);
+    expectBlankRecord(rec);
+
+    EventDataArg arg;
+    QDataStream negativeSub(hex("ffffffff 00000000 00000001 ffffffff"));
+    arg.readObject(negativeSub);
+    EXPECT_EQ(negativeSub.status(), QDataStream::ReadCorruptData);
+    expectBlankArg(arg);
+
+    // One day has 86,400,000 milliseconds; that many is past the last valid time.
+    QDataStream badTime(hex("00000002 ffffffff 05265c00 ffffffff 00000000 00000000 ffffffff ffffffff"));
+    rec.readObject(badTime);
+    EXPECT_EQ(badTime.status(), QDataStream::ReadCorruptData);
+    expectBlankRecord(rec);
+
+    // A text of an odd number of bytes can't be UTF-16.
+    QDataStream oddText(hex("00000002 00000003 0068 00"));
+    rec.readObject(oddText);
+    EXPECT_EQ(oddText.status(), QDataStream::ReadCorruptData);
+    expectBlankRecord(rec);
+}
+
+TEST(EventDataBadStream, NestingIsBounded)
+{
+    EventDataArg arg;
+    QDataStream deepest(nestedArgBytes(EventDataArg::maxStreamDepth));
+    arg.readObject(deepest);
+    EXPECT_EQ(deepest.status(), QDataStream::Ok);
+    EXPECT_EQ(countArgs(arg), EventDataArg::maxStreamDepth + 1);
+
+    QDataStream tooDeep(nestedArgBytes(EventDataArg::maxStreamDepth + 1));
+    arg.readObject(tooDeep);
+    EXPECT_EQ(tooDeep.status(), QDataStream::ReadCorruptData);
+    expectBlankArg(arg);
+
+    // Far deeper than any stack would take when followed level by level.
+    QDataStream hostile(nestedArgBytes(200000));
+    arg.readObject(hostile);
+    EXPECT_EQ(hostile.status(), QDataStream::ReadCorruptData);
+    expectBlankArg(arg);
+}
+
+TEST(EventDataBadStream, AFailedStreamGivesABlankRecord)
+{
+    QByteArray bytes = hex(kFullRecordHex);
+    QDataStream in(bytes);
+    in.setStatus(QDataStream::ReadCorruptData);
+    EventData rec = fullRecord();
+    rec.readObject(in);
+    EXPECT_EQ(in.status(), QDataStream::ReadCorruptData);
+    expectBlankRecord(rec);
+}

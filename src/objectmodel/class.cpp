@@ -119,6 +119,7 @@ void Class::registerClass()
 void Class::setSuperClass(const Class *superClass) const
 {
     d->superClass = superClass;
+    invalidateDelegateLookups();
 }
 
 const char *Class::name() const

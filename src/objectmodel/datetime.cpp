@@ -1,12 +1,264 @@
+// datetime.cpp: the DateTime value, its script class, its text form and the wrap/unwrap helpers.
 #include "datetime.h"
 
+#include "inspector.h"
+
+#include <cstdio>
+#include <iomanip>
+#include <istream>
+#include <ostream>
+#include <sstream>
+
 namespace Vexil {
+
+namespace {
+
+const int kNumProperties = 6;
+const char *const kPropertyNames[kNumProperties] = {"year", "month", "day", "hour", "minute", "second"};
+int DateTime::*const kFields[kNumProperties] = {&DateTime::year, &DateTime::month,  &DateTime::day,
+                                                &DateTime::hour, &DateTime::minute, &DateTime::second};
+
+bool hasNoTime(const DateTime &d)
+{
+    return d.hour == -1 && d.minute == -1 && d.second == -1;
+}
+
+bool isMidnight(const DateTime &d)
+{
+    return d.hour == 0 && d.minute == 0 && d.second == 0;
+}
+
+QString textForm(const DateTime &d)
+{
+    std::ostringstream out;
+    out << d;
+    return QString::fromStdString(out.str());
+}
+
+// The value held by an object of a DateTime class; null for anything else.
+const DateTime *valueOf(const Object::Ptr &object)
+{
+    if (!object || !dynamic_cast<const DateTime_class *>(object->objectClass()))
+        return nullptr;
+    return static_cast<const DateTime *>(object->rawData());
+}
+
+Object::Ptr wrapOwned(const Class *cls, DateTime *value)
+{
+    Object::Ptr object = cls ? cls->wrap(value, ObjectAttribute(0, 0)) : Object::Ptr();
+    if (!object) {
+        delete value;
+        return object;
+    }
+    object->ownsData = true;
+    return object;
+}
+
+} // namespace
+
+DateTime::DateTime()
+    : year(-1)
+    , month(-1)
+    , day(-1)
+    , hour(-1)
+    , minute(-1)
+    , second(-1)
+{
+}
+
+DateTime::DateTime(int y, int mo, int d)
+    : year(y)
+    , month(mo)
+    , day(d)
+    , hour(-1)
+    , minute(-1)
+    , second(-1)
+{
+}
+
+DateTime::DateTime(int y, int mo, int d, int h, int mi, int s)
+    : year(y)
+    , month(mo)
+    , day(d)
+    , hour(h)
+    , minute(mi)
+    , second(s)
+{
+}
 
 DateTime_class::DateTime_class(Namespace *ns)
     : Class("DateTime", ns, true)
 {
+    setNumConstructors(4);
+    setNumProperties(kNumProperties);
 }
 
 DateTime_class::~DateTime_class() = default;
+
+Constructor *DateTime_class::createConstructor(int index) const
+{
+    const Class *intClass = Inspector::self()->type(Inspector::Int);
+    auto arg = [intClass](int field) {
+        return Argument(QString::fromLatin1(kPropertyNames[field]), intClass);
+    };
+    switch (index) {
+    case 0:
+        return new Constructor(this, Signature(), index);
+    case 1:
+        return new Constructor(this, Signature(arg(0), arg(1), arg(2)), index);
+    case 2:
+        return new Constructor(this, Signature(arg(0), arg(1), arg(2), arg(3), arg(4), arg(5)), index);
+    case 3:
+        return new Constructor(this, Signature(Argument(QStringLiteral("date"), this)), index);
+    default:
+        return nullptr;
+    }
+}
+
+Property *DateTime_class::createProperty(int index) const
+{
+    const int local = index - superClassOffset(PropertyOffset);
+    if (local < 0 || local >= kNumProperties)
+        return nullptr;
+    const auto *decl = new PropertyDeclaration(this, Argument(Inspector::self()->type(Inspector::Int)),
+                                               QString::fromLatin1(kPropertyNames[local]),
+                                               PropertyDeclaration::Readable | PropertyDeclaration::Writable);
+    return new Property(decl, this, index, true);
+}
+
+Object::Ptr DateTime_class::getProperty(int index, void *object, const Class *cls) const
+{
+    if (!object || !cls || !cls->isSubClassOf(this) || index < 0 || index >= kNumProperties)
+        return Object::Ptr();
+    return Inspector::self()->createPrimitive(static_cast<const DateTime *>(object)->*kFields[index]);
+}
+
+bool DateTime_class::setProperty(int index, void *object, void *value) const
+{
+    if (!object || !value || index < 0 || index >= kNumProperties)
+        return false;
+    static_cast<DateTime *>(object)->*kFields[index] = *static_cast<const int *>(value);
+    return true;
+}
+
+bool DateTime_class::setProperty(int index, Object::Ptr object, Object::Ptr value,
+                                 const Property *property) const
+{
+    // The raw slot below is told nothing about the object's class.
+    if (object && !object->isA(this))
+        return false;
+    return Class::setProperty(index, object, value, property);
+}
+
+Object::Ptr DateTime_class::construct(int index, void **args) const
+{
+    // Reads the integers the first n argument pointers point to; false when one is missing.
+    int v[kNumProperties];
+    auto read = [args, &v](int n) {
+        for (int i = 0; i < n; ++i) {
+            if (!args || !args[i])
+                return false;
+            v[i] = *static_cast<const int *>(args[i]);
+        }
+        return true;
+    };
+    // Constructed values stay out of pointer form so that they convert to text like wrapped ones.
+    switch (index) {
+    case 0:
+        return wrapOwned(this, new DateTime());
+    case 1:
+        return read(3) ? wrapOwned(this, new DateTime(v[0], v[1], v[2])) : Object::Ptr();
+    case 2:
+        return read(6) ? wrapOwned(this, new DateTime(v[0], v[1], v[2], v[3], v[4], v[5])) : Object::Ptr();
+    case 3:
+        if (!args || !args[0])
+            return Object::Ptr();
+        return wrapOwned(this, new DateTime(*static_cast<const DateTime *>(args[0])));
+    default:
+        std::fprintf(stderr, "Unknown DateTime constructor called:%d\n", index);
+        return Object::Ptr();
+    }
+}
+
+void DateTime_class::deleteObjectData(void *data, const ObjectAttribute &) const
+{
+    delete static_cast<DateTime *>(data);
+}
+
+bool DateTime_class::canConvertTo(const Class *target, bool sourceIsPointer, bool targetIsPointer,
+                                  void **converter) const
+{
+    if (converter)
+        *converter = nullptr;
+    return !sourceIsPointer && targetIsPointer && target
+        && target == Inspector::self()->type(Inspector::Char);
+}
+
+Object::Ptr DateTime_class::convertTo(Object::Ptr object, const Class *target, bool targetIsPointer) const
+{
+    if (target && target == Inspector::self()->type(Inspector::Char)) {
+        const DateTime *value = valueOf(object);
+        if (!value)
+            return Object::Ptr();
+        return Inspector::self()->createPrimitive(textForm(*value).toUtf8().constData());
+    }
+    return Class::convertTo(object, target, targetIsPointer);
+}
+
+int DateTime_class::compare(Object::Ptr a, Object::Ptr b) const
+{
+    const DateTime *x = valueOf(a);
+    const DateTime *y = b && b->isA(this) ? valueOf(b) : nullptr;
+    // A date without a time is the same day at 0:00:00; only then do the dates alone decide.
+    if (x && y && ((hasNoTime(*x) && isMidnight(*y)) || (isMidnight(*x) && hasNoTime(*y)))) {
+        if (x->year != y->year)
+            return x->year < y->year ? -1 : 1;
+        if (x->month != y->month)
+            return x->month < y->month ? -1 : 1;
+        if (x->day != y->day)
+            return x->day < y->day ? -1 : 1;
+        return 0;
+    }
+    return Class::compare(a, b);
+}
+
+const Class *objectModelDateTimeClass()
+{
+    Namespace *ns = Inspector::self()->nameSpace(QStringLiteral("UiTypes"));
+    return ns ? ns->getClass(QStringLiteral("DateTime")) : nullptr;
+}
+
+Object::Ptr wrapDateTime(const DateTime &value)
+{
+    return wrapOwned(objectModelDateTimeClass(), new DateTime(value));
+}
+
+DateTime unwrapDateTime(const Object::Ptr &object)
+{
+    const DateTime *value = valueOf(object);
+    return value ? *value : DateTime();
+}
+
+std::ostream &operator<<(std::ostream &stream, const DateTime &value)
+{
+    // The width is used up by the next field, so only year and month are padded: that form is relied on.
+    stream << std::setfill('0') << std::setw(4) << value.year << '/' << std::setw(2) << value.month << '/'
+           << value.day << '/' << value.hour << '/' << value.minute << '/' << value.second;
+    return stream;
+}
+
+std::istream &operator>>(std::istream &stream, DateTime &value)
+{
+    DateTime read;
+    int *const fields[] = {&read.year, &read.month, &read.day, &read.hour, &read.minute, &read.second};
+    for (int i = 0; i < 6; ++i) {
+        if (i > 0)
+            stream.get();
+        stream >> *fields[i];
+    }
+    if (!stream.fail())
+        value = read;
+    return stream;
+}
 
 } // namespace Vexil

@@ -2,10 +2,17 @@
 #include "delegate.h"
 
 #include "inspector.h"
+#include "object_p.h"
+
+#include <algorithm>
+#include <iterator>
 
 namespace Vexil {
 
 namespace {
+
+// Starts above 0, the generation of a cache entry never filled.
+unsigned int s_lookupGeneration = 1;
 
 // The superclass link after lazy set-up; null at a root or where the link could not be set up.
 const Class *stepUp(const Class *c)
@@ -14,6 +21,17 @@ const Class *stepUp(const Class *c)
 }
 
 } // namespace
+
+unsigned int delegateLookupGeneration()
+{
+    return s_lookupGeneration;
+}
+
+void invalidateDelegateLookups()
+{
+    if (++s_lookupGeneration == 0)
+        s_lookupGeneration = 1;
+}
 
 // ---------------------------------------------------------------------------------------------------------
 // Delegate
@@ -61,10 +79,12 @@ DelegateFactory *DelegateFactory::self()
 DelegateFactory::DelegateFactory()
 {
     selfPtr = this;
+    invalidateDelegateLookups();
 }
 
 DelegateFactory::~DelegateFactory()
 {
+    invalidateDelegateLookups();
     if (selfPtr == this)
         selfPtr = nullptr;
     for (Delegate *d : m_delegates)
@@ -79,6 +99,7 @@ void DelegateFactory::addDelegate(Delegate *d)
 {
     if (!d)
         return;
+    invalidateDelegateLookups();
     const QPair<int, QString> key(int(d->type()), d->className());
     auto it = m_delegates.find(key);
     if (it != m_delegates.end()) {
@@ -97,14 +118,35 @@ const Delegate *DelegateFactory::delegate(const QString &className, Delegate::Ty
 
 const Delegate *DelegateFactory::delegate(const Class *cls, Delegate::Type type) const
 {
-    if (m_delegates.isEmpty())
+    if (!cls || m_delegates.isEmpty())
         return nullptr;
-    for (const Class *c = cls; c; c = stepUp(c)) {
-        const Delegate *d = delegate(QString::fromLatin1(c->name()), type);
-        if (d)
-            return d;
+    ClassPrivate *p = ClassPrivate::get(cls);
+    const int t = int(type);
+    const bool cacheable = t >= 0 && t < ClassPrivate::NumCachedDelegateTypes;
+    if (cacheable && p->delegateCacheFactory == this && p->delegateCacheGeneration[t] == delegateLookupGeneration())
+        return p->delegateCache[t];
+
+    const Delegate *found = nullptr;
+    // A link that stays uninitialised is set up again on the next walk, so such an answer is not kept.
+    bool settled = true;
+    for (const Class *c = cls; c;) {
+        found = delegate(QString::fromLatin1(c->name()), type);
+        if (found)
+            break;
+        const Class *next = stepUp(c);
+        if (!next && ClassPrivate::get(c)->superClass == Class::uninitialized)
+            settled = false;
+        c = next;
     }
-    return nullptr;
+    if (cacheable && settled) {
+        if (p->delegateCacheFactory != this) {
+            p->delegateCacheFactory = this;
+            std::fill(std::begin(p->delegateCacheGeneration), std::end(p->delegateCacheGeneration), 0u);
+        }
+        p->delegateCache[t] = found;
+        p->delegateCacheGeneration[t] = delegateLookupGeneration();
+    }
+    return found;
 }
 
 std::vector<const Delegate *> DelegateFactory::delegatesForType(Delegate::Type type) const
@@ -129,10 +171,36 @@ ObjectHierarchyDelegate::~ObjectHierarchyDelegate() = default;
 
 Object::Ptr ObjectHierarchyDelegate::objectByQualifiedName(Object::Ptr, const ObjectName &) const
 {
-    // Reaching the default means the wrapper did not override it: lookups need not ask again.
+#if !defined(__GNUC__) || defined(__clang__)
+    // Without a way to see the final overrider, reaching the default is taken to mean there is no override.
     m_overridesQualified = false;
+#endif
     return Object::Ptr();
 }
+
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpmf-conversions"
+#endif
+
+bool ObjectHierarchyDelegate::overridesObjectByQualifiedName() const
+{
+#if defined(__GNUC__) && !defined(__clang__)
+    // Compare the function a virtual call would reach with the default, without calling either: an override
+    // that falls back on the default must still be asked on every lookup.
+    typedef Object::Ptr (*QualifiedLookup)(const ObjectHierarchyDelegate *, Object::Ptr, const ObjectName &);
+    static const QualifiedLookup defaultLookup =
+        reinterpret_cast<QualifiedLookup>(&ObjectHierarchyDelegate::objectByQualifiedName);
+    return reinterpret_cast<QualifiedLookup>(this->*(&ObjectHierarchyDelegate::objectByQualifiedName))
+           != defaultLookup;
+#else
+    return m_overridesQualified;
+#endif
+}
+
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
 
 ObjectList ObjectHierarchyDelegate::children(Object::Ptr parent) const
 {
@@ -417,7 +485,11 @@ SendEventDelegate::SendEventDelegate()
     Inspector::self()->addSendEventDelegate(this);
 }
 
-SendEventDelegate::~SendEventDelegate() = default;
+SendEventDelegate::~SendEventDelegate()
+{
+    if (Inspector::insp)
+        Inspector::insp->removeSendEventDelegate(this);
+}
 
 EventNotifyDelegate::EventNotifyDelegate()
 {

@@ -79,8 +79,8 @@ public:
     virtual Object::Ptr parent(Object::Ptr object) const;
     virtual int wrapperType(Object::Ptr object) const = 0;
 
-    /// False once the default objectByQualifiedName has answered: lookups skip this delegate from then on.
-    bool overridesObjectByQualifiedName() const { return m_overridesQualified; }
+    /// Whether a subclass overrides objectByQualifiedName: lookups skip a delegate that keeps the default.
+    bool overridesObjectByQualifiedName() const;
 
 private:
     Object::Ptr recursiveParent(Object::Ptr candidate, Object::Ptr object) const;

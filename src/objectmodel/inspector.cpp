@@ -630,6 +630,9 @@ QVariant Inspector::call(const QString &name, const FList<QVariant> &args)
 
 QString unescape2(const QString &s)
 {
+    // Most path parts have nothing to unescape.
+    if (!s.contains(QChar(1)) && !s.contains(QLatin1Char('\\')))
+        return s;
     QString result = s;
     result.replace(QChar(1), QLatin1Char('.'));
     result.replace(QStringLiteral("\\\\"), QStringLiteral("\\"));

@@ -4,6 +4,8 @@
 #include "delegate.h"
 #include "inspector.h"
 
+#include <algorithm>
+
 namespace Vexil {
 
 InspectorInterface::InspectorInterface()
@@ -39,6 +41,14 @@ void InspectorInterface::addSendEventDelegate(SendEventDelegate *d)
     if (!m_sendEventDelegates)
         m_sendEventDelegates = new std::vector<SendEventDelegate *>();
     m_sendEventDelegates->push_back(d);
+}
+
+void InspectorInterface::removeSendEventDelegate(SendEventDelegate *d)
+{
+    if (!m_sendEventDelegates)
+        return;
+    m_sendEventDelegates->erase(std::remove(m_sendEventDelegates->begin(), m_sendEventDelegates->end(), d),
+                                m_sendEventDelegates->end());
 }
 
 const Enum *InspectorInterface::enumerator(const QString &name) const

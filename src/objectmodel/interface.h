@@ -76,6 +76,8 @@ public:
     /// Hands the record to the event-notify delegate, if one is installed.
     void recordEvent(const EventData &eventData) const;
     void addSendEventDelegate(SendEventDelegate *d);
+    /// Forgets \p d; a send-event delegate calls it when destroyed, so the list never holds a dangling pointer.
+    void removeSendEventDelegate(SendEventDelegate *d);
     /// An enum by name: "Class::Enum" asks that class, a bare name asks the global class.
     const Enum *enumerator(const QString &name) const;
 

@@ -414,6 +414,8 @@ public:
     bool isStatic() const { return (m_flags & 1) != 0; }
     unsigned int flags() const { return m_flags; }
     int index() const { return m_index; }
+    /// For a method that takes over another's place (GlobalClass::injectMethod).
+    void setIndex(int index) { m_index = index; }
     const Class *ownerClass() const { return m_owner; }
 
     QString toString() const;
@@ -571,7 +573,12 @@ public:
 
     /// True when the values are pairwise bit-disjoint (0 never conflicts; an empty enum is a mask).
     bool detectIsMask() const;
-    void setIsMask(bool mask) { m_isMask = mask; }
+    /// Overrides what detectIsMask() found; isMask() keeps the detected answer as items come until then.
+    void setIsMask(bool mask)
+    {
+        m_isMask = mask;
+        m_maskOverridden = true;
+    }
     bool isMask() const { return m_isMask; }
 
     void writeObject(QDataStream &stream) const override;
@@ -582,6 +589,7 @@ private:
     QString m_name;
     QVector<QPair<QString, int>> m_items;
     bool m_isMask;
+    bool m_maskOverridden;
 };
 
 class VEXIL_EXPORT Event : public Serializable
@@ -620,9 +628,12 @@ VEXIL_EXPORT bool vexilidl_compare_args(const Argument &a, const Argument &b);
 /// Member numbering is global along the inheritance chain: a class's own members follow its ancestors'.
 ///
 /// Conversions (canConvertTo/convertTo) are tried in this order: a source that already is-a target is taken
-/// as it is; then the source class's canConvertToInternal/convertToInternal; then the source's conversion
-/// delegate when the target is one of the primitive classes it supports. The tolerant forms add reference and
-/// dereference of the source when only the pointer form differs.
+/// as it is; then the source class's canConvertToInternal/convertToInternal; then, for a target that is not a
+/// primitive, the target class's canConvertToInternal/convertToInternal asked with itself as the target (a
+/// class that can build itself from other objects answers there and gets the foreign object); then the
+/// source's conversion delegate when the target is int, bool, char (text), double or int64 and the delegate
+/// supports that conversion. The tolerant forms add reference and dereference of the source when only the
+/// pointer form differs.
 class VEXIL_EXPORT Class
 {
 public:

@@ -12,11 +12,22 @@
 
 namespace Vexil {
 
+class Delegate;
+class DelegateFactory;
 class StaticPropertyDelegate;
+
+/// Changes whenever a delegate lookup along a class chain may answer differently (a delegate registered, a
+/// factory made or destroyed, a superclass set); the per-class lookup caches compare against it.
+unsigned int delegateLookupGeneration();
+void invalidateDelegateLookups();
 
 class ClassPrivate
 {
 public:
+    static ClassPrivate *get(const Class *c) { return c->d; }
+
+    enum { NumCachedDelegateTypes = 11 };
+
     const Class *superClass = Class::uninitialized;
     std::vector<Constructor *> constructors;
     std::vector<Method *> methods;
@@ -38,6 +49,12 @@ public:
     int declaredEnums = -1;
     QByteArray name;
     Namespace *nameSpace = nullptr;
+
+    // DelegateFactory::delegate(const Class*, type) answers per type, valid for the factory and generation
+    // they were found under: objects are made in great numbers during searches and each looks up its delegates.
+    const DelegateFactory *delegateCacheFactory = nullptr;
+    unsigned int delegateCacheGeneration[NumCachedDelegateTypes] = {};
+    const Delegate *delegateCache[NumCachedDelegateTypes] = {};
 };
 
 } // namespace Vexil

@@ -20,20 +20,21 @@ Object::Ptr Inspector::findObject(const QString &name)
 
 Object::Ptr Inspector::findObjectLocal(const QString &name)
 {
-    QString working = name;
-
-    // Symbolic names go through the object map; without one, a leading ":" is simply dropped.
-    if (ObjectMap *map = ObjectMap::self())
-        working = map->realName(working);
-    else if (working.startsWith(QLatin1Char(':')))
-        working.remove(0, 1);
-
     setupPropertyDelegate();
     if (!m_topLevel)
         return Object::Ptr();
 
+    // The cache is keyed by the name as given, so it can answer before the (side-effect free) symbolic
+    // resolution, which costs a map search for symbolic names.
     if (lookupCacheEnabled && name == m_cachedName && m_cachedObject)
         return m_cachedObject;
+
+    // Symbolic names go through the object map; without one, a leading ":" is simply dropped.
+    QString working = name;
+    if (ObjectMap *map = ObjectMap::self())
+        working = map->realName(working);
+    else if (working.startsWith(QLatin1Char(':')))
+        working.remove(0, 1);
 
     // "{...}.path": a multi-property prefix followed by a dotted path, when no "}" follows the split point.
     const int p = working.indexOf(QStringLiteral("}."));
@@ -70,9 +71,11 @@ Object::Ptr Inspector::findObjectLocal(const QString &name)
     QStringList found;
     if (!parsed.isMultiProperty()) {
         QString escaped = working;
-        escaped.replace(QStringLiteral("\\."), QString(QChar(1)));
+        if (escaped.contains(QLatin1Char('\\')))
+            escaped.replace(QStringLiteral("\\."), QString(QChar(1)));
         const QStringList parts = escaped.split(QLatin1Char('.'), Qt::SkipEmptyParts);
         if (!parts.isEmpty()) {
+            found.reserve(parts.size());
             int first = 0;
             if (prefix.isEmpty()) {
                 current = object(unescape2(parts.at(0)));

@@ -63,7 +63,10 @@ public:
     ObjectName(const QMap<QString, PropertyValue> &properties);
 
     /// The text: verbatim when built from text, else the canonical printed form.
-    const QString &qualifiedName() const;
+    const QString &qualifiedName() const
+    {
+        return (m_current & TextCurrent) ? m_name : printedName();
+    }
     /// The properties, parsed on first use; empty for plain names and for names that do not parse.
     const QMap<QString, PropertyValue> &properties() const;
     /// The value for \p key, or a default PropertyValue.
@@ -89,6 +92,7 @@ public:
 private:
     enum Form : quint32 { TextCurrent = 1, PropertiesCurrent = 2 };
     void ensureProperties() const;
+    const QString &printedName() const;
 
     mutable QString m_name;
     mutable QMap<QString, PropertyValue> m_properties;
@@ -109,7 +113,8 @@ constexpr int MaxObjectNameNesting = 256;
 
 /// Parses a multi-property name (surrounding white space is ignored). On failure returns an empty
 /// map and, when \p error is non-null, stores the reason there; a partial map is never returned.
-VEXIL_EXPORT QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString *error = nullptr);
+VEXIL_EXPORT QMap<QString, PropertyValue> parseNameByProperties(const QString &name,
+                                                                QString *error = nullptr);
 /// The canonical printed form: "{", key-operator-value entries in key order joined by one space, "}".
 VEXIL_EXPORT QString qualifiedNameFromProperties(const QMap<QString, PropertyValue> &props);
 /// Plain string equality unless both texts are multi-property names; those are compared by their
@@ -179,10 +184,13 @@ public:
 private:
     Q_DISABLE_COPY(ObjectMap)
 
+    using RealIterator = QMap<ObjectName, QString>::const_iterator;
+
     void insertEntry(const ObjectName &real, const QString &symbolic);
+    void invalidateIndex();
     void ensureIndex() const;
-    void indexKey(const ObjectName &key) const;
-    QMap<ObjectName, QString>::const_iterator findStored(const ObjectName &probe) const;
+    void indexKey(RealIterator key) const;
+    RealIterator findStored(const ObjectName &probe) const;
     QString lookupSymbolic(const QString &name, bool *found) const;
     QString uniqueSymbolicName(const QString &base) const;
 
@@ -191,11 +199,13 @@ private:
     bool m_flag;
     bool m_modified;
 
-    // Hash of the properties (keys, value texts, operators) of every multi-property key -> that key's
-    // text, so finding a key equal by properties is a hash probe plus a check of the few candidates
-    // instead of a walk over the map. Built on first use; keys are only ever removed all at once, so
-    // inserts keep it exact.
-    mutable QMultiHash<uint, QString> m_propertyIndex;
+    // Lookups by text and by properties go through hashes instead of walking or descending the map:
+    // the text of every key, and a hash of the properties (keys, value texts, operators) of every
+    // multi-property key, lead to its node. Built on first use and kept up to date by inserts (keys
+    // are only removed all at once). The nodes stay put while the map is not copied; a map shared
+    // with a copy detaches on the next insert, so the index is dropped then.
+    mutable QHash<QString, RealIterator> m_textIndex;
+    mutable QMultiHash<uint, RealIterator> m_propertyIndex;
     mutable bool m_indexValid;
 };
 

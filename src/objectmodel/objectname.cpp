@@ -112,7 +112,7 @@ void setParseError(QString *error, const QString &name, unsigned int pos, const 
 {
     if (!error)
         return;
-    // Characters beyond Latin-1 are reported as NUL, as the message has always done.
+    // The offending character is reported in Latin-1; anything beyond it shows as NUL.
     const QChar shown = got.unicode() <= 0xff ? got : QChar(0);
     *error = QStringLiteral("Parse error while parsing '%1': at column %2: expected %3, got %4\n")
                  .arg(name, QString::number(pos + 1), QLatin1String(expected), QString(shown));
@@ -154,9 +154,17 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
 
         // Key: the first character is taken whatever it is; blanks inside are dropped.
         PropertyValue::Modifiers op = PropertyValue::Equals;
-        if (out)
-            key = QString(d[pos]);
-        ++pos;
+        {
+            const unsigned int start = pos++;
+            while (pos < len) {
+                const ushort u = d[pos].unicode();
+                if (u == '=' || u == '~' || u == '?' || u == ' ' || u == '\t')
+                    break;
+                ++pos;
+            }
+            if (out)
+                key = QString(d + start, static_cast<int>(pos - start));
+        }
         for (;;) {
             if (pos >= len)
                 return ParseStatus::RanOffEnd;
@@ -205,8 +213,12 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 const unsigned int start = pos;
                 while (pos < len && d[pos] != QLatin1Char('\'') && d[pos] != QLatin1Char('\\'))
                     ++pos;
-                if (out && pos > start)
-                    value.append(d + start, static_cast<int>(pos - start));
+                if (out && pos > start) {
+                    if (value.isNull())
+                        value = QString(d + start, static_cast<int>(pos - start));
+                    else
+                        value.append(d + start, static_cast<int>(pos - start));
+                }
                 if (pos >= len)
                     return ParseStatus::RanOffEnd;
                 if (d[pos] == QLatin1Char('\'')) {
@@ -242,9 +254,10 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 setParseError(error, name, pos, "}", d[pos]);
                 return ParseStatus::Failed;
             }
-            if (out)
-                out->insert(key, PropertyValue(name.mid(static_cast<int>(start), static_cast<int>(pos - start + 1)),
-                                               op, PropertyValue::NestedName));
+            if (out) {
+                const QString text = name.mid(static_cast<int>(start), static_cast<int>(pos - start + 1));
+                out->insert(key, PropertyValue(text, op, PropertyValue::NestedName));
+            }
             ++pos;
         } else {
             setParseError(error, name, pos, "either ' or { or whitespace", d[pos]);
@@ -294,13 +307,14 @@ QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString 
         return QMap<QString, PropertyValue>();
     if (status == ParseStatus::RanOffEnd) {
         if (error && error->isEmpty())
-            *error = QStringLiteral("Object name '%1' ended unexpectedly at column %2").arg(trimmed, QString::number(pos));
+            *error = QStringLiteral("Object name '%1' ended unexpectedly at column %2")
+                         .arg(trimmed, QString::number(pos));
         return QMap<QString, PropertyValue>();
     }
     if (pos + 1 < len) {
         if (error && error->isEmpty())
-            *error = QStringLiteral("Error parsing object name %1 (trimmed: %2). Parsed %3 characters, but name "
-                                    "still has %4 more to parse")
+            *error = QStringLiteral("Error parsing object name %1 (trimmed: %2). Parsed %3 characters, "
+                                    "but name still has %4 more to parse")
                          .arg(name, trimmed, QString::number(pos), QString::number(len - pos - 1));
         return QMap<QString, PropertyValue>();
     }
@@ -349,10 +363,10 @@ PropertyValue::PropertyValue(const QString &value, Modifiers modifiers, Type typ
     , m_modifiers(modifiers)
     , m_type(type)
 {
-    if (modifiers == RegularExpression)
-        m_pattern.reset(new QRegExp(value, Qt::CaseSensitive, QRegExp::RegExp));
-    else if (modifiers == Wildcard)
-        m_pattern.reset(new QRegExp(wildcard2regex(value), Qt::CaseSensitive, QRegExp::RegExp));
+    if (modifiers == RegularExpression || modifiers == Wildcard) {
+        const QString pattern = modifiers == Wildcard ? wildcard2regex(value) : value;
+        m_pattern = QSharedPointer<QRegExp>::create(pattern, Qt::CaseSensitive, QRegExp::RegExp);
+    }
 }
 
 namespace {
@@ -437,12 +451,10 @@ void ObjectName::ensureProperties() const
     m_current = TextCurrent | PropertiesCurrent;
 }
 
-const QString &ObjectName::qualifiedName() const
+const QString &ObjectName::printedName() const
 {
-    if (!(m_current & TextCurrent)) {
-        m_name = qualifiedNameFromProperties(m_properties);
-        m_current = TextCurrent | PropertiesCurrent;
-    }
+    m_name = qualifiedNameFromProperties(m_properties);
+    m_current = TextCurrent | PropertiesCurrent;
     return m_name;
 }
 

@@ -1,0 +1,194 @@
+// qtrecorder.cpp: records clicks, key presses and text changes on widgets for the recording layer.
+#include "qtwrapper.h"
+#include "qtwrapper_p.h"
+
+#include "eventdata.h"
+#include "inspector.h"
+#include "interface.h"
+#include "primitives.h"
+
+#include <QKeyEvent>
+#include <QKeySequence>
+#include <QMouseEvent>
+#include <QWidget>
+
+namespace Vexil {
+namespace QtWrapper {
+
+namespace {
+
+const Enum *qtEnum(const char *name)
+{
+    const Class *qt = classForMetaObject(qt_getQtMetaObject());
+    return qt ? qt->enumerator(QString::fromLatin1(name)) : nullptr;
+}
+
+EventDataArg intArgument(const QString &name, int value, const Enum *e = nullptr)
+{
+    Inspector *insp = Inspector::self();
+    return EventData::createArgument(name, insp->type(Inspector::Int), e, insp->createPrimitive(value));
+}
+
+EventDataArg textArgument(const QString &name, const QString &value)
+{
+    return EventData::createArgument(name, Inspector::self()->type(Inspector::Char), nullptr, wrap(value));
+}
+
+void record(const QString &eventName, QObject *object, const std::vector<EventDataArg> &args)
+{
+    EventData data;
+    data.type = EventData::EventType;
+    data.eventName = eventName;
+    data.objectId = recordedName(object);
+    data.arguments.resize(unsigned(args.size()));
+    for (size_t i = 0; i < args.size(); ++i)
+        data.arguments[unsigned(i)] = args[i];
+    Inspector::self()->recordEvent(data);
+}
+
+// The text the user edits in a widget: its user property, when that is a writable text.
+QMetaProperty editedText(QWidget *widget)
+{
+    const QMetaProperty p = widget->metaObject()->userProperty();
+    if (p.isValid() && p.isReadable() && p.isWritable() && p.userType() == QMetaType::QString)
+        return p;
+    return QMetaProperty();
+}
+
+bool isModifierKey(int key)
+{
+    return key == Qt::Key_Shift || key == Qt::Key_Control || key == Qt::Key_Meta || key == Qt::Key_Alt
+        || key == Qt::Key_AltGr || key == Qt::Key_CapsLock || key == Qt::Key_unknown;
+}
+
+} // namespace
+
+QString recordedName(QObject *object)
+{
+    const QString real = realName(object);
+    ObjectMap *map = ObjectMap::self();
+    return map ? map->symbolicName(real, true) : real;
+}
+
+Recorder::Recorder(QObject *parent)
+    : QObject(parent)
+{
+}
+
+Recorder::~Recorder() = default;
+
+bool Recorder::eventFilter(QObject *watched, QEvent *event)
+{
+    const QEvent::Type type = event->type();
+    if (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease && type != QEvent::KeyPress
+        && type != QEvent::KeyRelease && type != QEvent::FocusOut)
+        return false;
+    // Nobody records, or a record is being delivered and its receiver stirred the application.
+    if (!Inspector::self()->eventNotifyDelegate() || m_busy || !watched->isWidgetType())
+        return false;
+    m_busy = true;
+    auto *widget = static_cast<QWidget *>(watched);
+    switch (type) {
+    case QEvent::MouseButtonPress:
+        flushText();
+        if (!isRepeat(event))
+            m_pressed = widget;
+        break;
+    case QEvent::MouseButtonRelease:
+        if (!isRepeat(event) && m_pressed == widget)
+            recordClick(widget, event);
+        m_pressed = nullptr;
+        break;
+    case QEvent::KeyPress:
+        if (!isRepeat(event)) {
+            flushText();
+            recordKey(widget, event);
+            watchText(widget);
+        }
+        break;
+    case QEvent::KeyRelease:
+        isRepeat(event);            // a press that follows is a new one, even with the same time stamp
+        flushText();
+        break;
+    case QEvent::FocusOut:
+        flushText();
+        break;
+    default:
+        break;
+    }
+    m_busy = false;
+    return false;
+}
+
+bool Recorder::isRepeat(QEvent *event)
+{
+    // An event a widget ignores travels on to its parents as a copy with the same time stamp; only the
+    // widget that got it first is recorded.
+    const auto *input = static_cast<QInputEvent *>(event);
+    int detail = 0;
+    if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
+        detail = static_cast<QKeyEvent *>(event)->key();
+    } else {
+        const auto *mouse = static_cast<QMouseEvent *>(event);
+        detail = mouse->globalX() * 7919 + mouse->globalY() * 31 + int(mouse->button());
+    }
+    const bool repeat = int(event->type()) == m_lastType && input->timestamp() == m_lastTimestamp
+        && detail == m_lastDetail;
+    m_lastType = int(event->type());
+    m_lastTimestamp = input->timestamp();
+    m_lastDetail = detail;
+    return repeat;
+}
+
+void Recorder::recordClick(QWidget *widget, QEvent *event)
+{
+    const auto *mouse = static_cast<QMouseEvent *>(event);
+    record(QStringLiteral("mouseClick"), widget,
+           { intArgument(QStringLiteral("x"), mouse->pos().x()), intArgument(QStringLiteral("y"), mouse->pos().y()),
+             intArgument(QStringLiteral("button"), int(mouse->button()), qtEnum("MouseButtons")),
+             intArgument(QStringLiteral("modifiers"), int(mouse->modifiers()), qtEnum("KeyboardModifiers")) });
+}
+
+void Recorder::recordKey(QWidget *widget, QEvent *event)
+{
+    const auto *key = static_cast<QKeyEvent *>(event);
+    if (isModifierKey(key->key()))
+        return;
+    // Printable keys as the text they type, the others by name in angle brackets: "a", "<Return>".
+    const QString text = key->text();
+    const bool printable = !text.isEmpty() && text.at(0).isPrint();
+    const QString typed = printable
+        ? text
+        : QLatin1Char('<') + QKeySequence(key->key()).toString(QKeySequence::PortableText) + QLatin1Char('>');
+    record(QStringLiteral("keyPress"), widget,
+           { textArgument(QStringLiteral("key"), typed),
+             intArgument(QStringLiteral("modifiers"), int(key->modifiers()), qtEnum("KeyboardModifiers")) });
+}
+
+void Recorder::watchText(QWidget *widget)
+{
+    const QMetaProperty p = editedText(widget);
+    if (!p.isValid())
+        return;
+    // The widget changes its text while it handles the key, after this filter ran: compare when the key is
+    // released (or focus moves, or another key or click comes).
+    m_textWidget = widget;
+    m_textBefore = p.read(widget).toString();
+}
+
+void Recorder::flushText()
+{
+    QWidget *widget = m_textWidget.data();
+    m_textWidget = nullptr;
+    if (!widget)
+        return;
+    const QMetaProperty p = editedText(widget);
+    if (!p.isValid())
+        return;
+    const QString now = p.read(widget).toString();
+    if (now != m_textBefore)
+        record(QStringLiteral("textChanged"), widget, { textArgument(QStringLiteral("text"), now) });
+}
+
+} // namespace QtWrapper
+} // namespace Vexil

@@ -1,0 +1,54 @@
+// qtwrapper.h: Qt Widgets applications seen through the object model: classes from the meta-object system,
+// one wrapper object per live QObject, hierarchy and window delegates and the input recorder.
+#ifndef VEXIL_QTWRAPPER_H
+#define VEXIL_QTWRAPPER_H
+
+#include "object.h"
+#include "vexil_qtwrapper_export.h"
+
+#include <QList>
+#include <QString>
+
+QT_BEGIN_NAMESPACE
+class QObject;
+class QWidget;
+struct QMetaObject;
+QT_END_NAMESPACE
+
+namespace Vexil {
+namespace QtWrapper {
+
+/// Registers the hierarchy delegates ("QObject" and the top-level "Vexil::ToplevelQt"), the window delegate for
+/// "QWidget", the global window functions and the input recorder. Call it once the QApplication exists and
+/// before the first lookup; later calls do nothing. False (with a message on stderr) without a QApplication.
+VEXIL_QTWRAPPER_EXPORT bool install();
+VEXIL_QTWRAPPER_EXPORT bool isInstalled();
+
+/// The class of \p metaObject, named by its class name and created with its superclasses on first sight.
+/// Null for null.
+VEXIL_QTWRAPPER_EXPORT const Class *classForMetaObject(const QMetaObject *metaObject);
+
+/// The one wrapper object of a live QObject (the same object as long as something holds it); a null pointer
+/// for null. The wrapper is invalidated when the QObject is destroyed.
+VEXIL_QTWRAPPER_EXPORT Object::Ptr wrapQObject(QObject *object);
+/// The QObject behind a wrapper object; null for a null pointer, a null or invalidated object, or an object
+/// that does not wrap a QObject.
+VEXIL_QTWRAPPER_EXPORT QObject *qobjectOf(const Object::Ptr &object);
+
+/// The application's top-level widgets in the order the model shows them: the order in which they were first
+/// seen, widgets seen together sorted by object name and class name.
+VEXIL_QTWRAPPER_EXPORT QList<QWidget *> topLevelWidgets();
+/// The dotted path of object names from the object's top-level window down to it, "." in names as "\.".
+VEXIL_QTWRAPPER_EXPORT QString qualifiedName(QObject *object);
+/// A multi-property name that finds \p object again: its type, its object name (or, without one, the text of
+/// a button or label, or a window's title), visible='1' for a shown widget, the nested name of its window,
+/// and an occurrence when other objects match the same properties first.
+VEXIL_QTWRAPPER_EXPORT QString realName(QObject *object);
+
+/// The number of wrapper objects alive right now (for diagnostics).
+VEXIL_QTWRAPPER_EXPORT int liveWrapperCount();
+
+} // namespace QtWrapper
+} // namespace Vexil
+
+#endif // VEXIL_QTWRAPPER_H

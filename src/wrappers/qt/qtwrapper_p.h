@@ -1,0 +1,231 @@
+// qtwrapper_p.h: internals of the Qt wrapper shared between its sources. Not installed.
+#ifndef VEXIL_QTWRAPPER_P_H
+#define VEXIL_QTWRAPPER_P_H
+
+#include "delegate.h"
+#include "object.h"
+#include "objectmap.h"
+#include "windowinteractiondelegate.h"
+
+#include <QHash>
+#include <QMetaEnum>
+#include <QMetaMethod>
+#include <QMetaObject>
+#include <QMetaProperty>
+#include <QObject>
+#include <QPointer>
+#include <QVariant>
+#include <QVector>
+
+#include <vector>
+
+QT_BEGIN_NAMESPACE
+class QWidget;
+QT_END_NAMESPACE
+
+namespace Vexil {
+namespace QtWrapper {
+
+/// How a Qt value type appears in the model.
+enum class ValueKind {
+    Unsupported,
+    Int,
+    Bool,
+    Double,
+    Int64,
+    String,     // the char class in pointer form
+    StringList, // an array of texts
+    Rect,       // ScreenRectangle
+    Point,      // ScreenPoint
+    DateTime,   // DateTime with a time
+    Date,       // DateTime without a time
+    Enum,       // int with the enum attached
+    QObjectPtr  // the wrapper of the object
+};
+
+/// A Qt type as the model sees it: the kind, the meta type, the class of an object type, the enum of an enum.
+struct TypeInfo
+{
+    ValueKind kind = ValueKind::Unsupported;
+    int typeId = 0;
+    const QMetaObject *objectType = nullptr;
+    QMetaEnum metaEnum;
+
+    bool supported() const { return kind != ValueKind::Unsupported; }
+};
+
+/// The model's view of a meta type id (method parameters and return values); enums registered with Q_ENUM
+/// count as int.
+TypeInfo typeInfoForType(int typeId);
+/// The same for a property, whose enum comes with the property.
+TypeInfo typeInfoForProperty(const QMetaProperty &property);
+/// The argument descriptor for a value of that type.
+Argument argumentFor(const TypeInfo &info, const QString &name = QString());
+/// A new model object for \p value; a null pointer when the value cannot be expressed.
+Object::Ptr variantToObject(const QVariant &value, const TypeInfo &info);
+/// The Qt value for a model object, of exactly the meta type of \p info; false when it cannot be had.
+bool objectToVariant(const Object::Ptr &object, const TypeInfo &info, QVariant *out);
+/// The text a multi-property name compares a property value with.
+QString variantToText(const QVariant &value, const QMetaProperty &property);
+
+/// A class made from a QMetaObject. Its own members are the supported properties, public slots and
+/// invokable methods, signals (as events) and enums of that meta-object, without its superclasses'.
+class QtClass : public Class
+{
+public:
+    explicit QtClass(const QMetaObject *metaObject);
+    ~QtClass() override;
+
+    const QMetaObject *metaObject() const { return m_metaObject; }
+
+    void initSuperClass() const override;
+    Property *createProperty(int index) const override;
+    Method *createMethod(int index) const override;
+    Event *createEvent(int index) const override;
+    Enum *createEnum(int index) const override;
+
+    /// Always the one registered wrapper of the QObject, so no second object ever points at it unseen.
+    Object::Ptr wrap(void *data, const ObjectAttribute &attr) const override;
+
+    using Class::getProperty;
+    using Class::invoke;
+    using Class::setProperty;
+    Object::Ptr getProperty(int index, void *object, const Class *cls) const override;
+    bool setProperty(int index, void *object, void *value) const override;
+    bool setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const override;
+    Object::Ptr invoke(int index, void *object, void **args, const Class *cls) const override;
+    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const override;
+
+    /// The meta-property of the class's own property at the global index \p index, or an invalid one.
+    QMetaProperty metaProperty(int index) const;
+
+private:
+    Object::Ptr callMethod(int local, QObject *object, const QVector<QVariant> &args) const;
+
+    const QMetaObject *m_metaObject;
+    // Absolute indexes in the meta-object of the members the model shows, in the order it numbers them.
+    std::vector<int> m_properties;
+    std::vector<int> m_methods;
+    std::vector<int> m_signals;
+    std::vector<int> m_enums;
+};
+
+/// The QtClass of a model class, or null.
+const QtClass *qtClass(const Class *cls);
+
+/// The children the model shows for \p parent: its QObject children except windows, which are top-level
+/// objects of their own. A null parent gives the top-level widgets.
+QObjectList childObjects(QObject *parent);
+/// The model's parent: null for a window, else the QObject parent.
+QObject *parentObject(QObject *object);
+/// The window an object belongs to: a widget's window, else that of its nearest widget ancestor, else its
+/// topmost ancestor.
+QObject *windowOf(QObject *object);
+/// The object's name with "\" and "." escaped as in dotted paths.
+QString escapeName(const QString &name);
+
+/// Finds objects by multi-property names. The first pass stops at the wanted occurrence; only a failed
+/// search walks again to find the candidate that came closest, for the unmatched-property report.
+class NameMatcher
+{
+public:
+    /// \p scope null: the whole application. \p report: leave the unmatched properties with the Inspector.
+    static QObject *find(const ObjectName &name, QObject *scope, bool report, int depth = 0);
+    /// All objects (under \p scope, or among the top-level widgets only) that match \p name without regard
+    /// to its occurrence, in search order.
+    static QObjectList findAll(const ObjectName &name, QObject *scope, bool windowsOnly = false);
+    /// Resolves the value of a window or container property to the object it names.
+    static QObject *resolveReference(const PropertyValue &value, bool windowsOnly, int depth);
+};
+
+/// Keeps the QObject -> wrapper map and invalidates wrappers when their QObject dies.
+class ObjectTracker : public QObject
+{
+    Q_OBJECT
+public:
+    static ObjectTracker *self();
+
+    Object::Ptr wrap(QObject *object);
+    void forget(QObject *object, const Object *wrapper);
+    int count() const { return m_wrappers.size(); }
+
+public Q_SLOTS:
+    void objectDestroyed(QObject *object);
+
+private:
+    QHash<QObject *, Object *> m_wrappers;
+};
+
+/// The hierarchy of QObjects, for the class "QObject" and, with a null parent, the top level.
+class QtHierarchyDelegate : public ObjectHierarchyDelegate
+{
+public:
+    explicit QtHierarchyDelegate(const QString &className);
+    ~QtHierarchyDelegate() override;
+
+    int numChildren(Object::Ptr parent) const override;
+    Object::Ptr child(Object::Ptr parent, int index) const override;
+    Object::Ptr childByName(Object::Ptr parent, const QString &name) const override;
+    Object::Ptr objectByQualifiedName(Object::Ptr parent, const ObjectName &name) const override;
+    QString name(Object::Ptr object) const override;
+    QString qualifiedName(Object::Ptr object) const override;
+    ObjectList children(Object::Ptr parent) const override;
+    Object::Ptr parent(Object::Ptr object) const override;
+    int wrapperType(Object::Ptr object) const override;
+};
+
+/// Window operations on QWidgets: each acts on the widget's window.
+class QtWindowDelegate : public WindowInteractionDelegate
+{
+public:
+    QtWindowDelegate();
+    ~QtWindowDelegate() override;
+
+    FunctionCallResult<void> closeWindow(Object::Ptr window) const override;
+    FunctionCallResult<void> maximizeWindow(Object::Ptr window) const override;
+    FunctionCallResult<void> minimizeWindow(Object::Ptr window) const override;
+    FunctionCallResult<void> moveWindowTo(Object::Ptr window, int x, int y) const override;
+    FunctionCallResult<void> resizeWindowTo(Object::Ptr window, int width, int height) const override;
+    FunctionCallResult<void> restoreWindow(Object::Ptr window) const override;
+    FunctionCallResult<void> setFullscreenWindow(Object::Ptr window) const override;
+    FunctionCallResult<void> setForegroundWindow(Object::Ptr window) const override;
+    FunctionCallResult<void> setFocusedWindow(Object::Ptr window) const override;
+    FunctionCallResult<Object::Ptr> focusedWindow() const override;
+    FunctionCallResult<ScreenRectangle> windowGeometry(Object::Ptr window) const override;
+};
+
+/// Turns clicks, key presses and text changes on widgets into records for the Inspector's notify delegate.
+class Recorder : public QObject
+{
+    Q_OBJECT
+public:
+    explicit Recorder(QObject *parent = nullptr);
+    ~Recorder() override;
+
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    bool isRepeat(QEvent *event);
+    void watchText(QWidget *widget);
+    void flushText();
+    void recordClick(QWidget *widget, QEvent *event);
+    void recordKey(QWidget *widget, QEvent *event);
+
+    // The previous input event seen, to skip the copies that propagate to parent widgets.
+    int m_lastType = 0;
+    ulong m_lastTimestamp = 0;
+    int m_lastDetail = 0;
+    bool m_busy = false;
+    QPointer<QWidget> m_pressed;
+    QPointer<QWidget> m_textWidget;
+    QString m_textBefore;
+};
+
+/// The name a record gives an object: its symbolic name in the current object map (created when new), or
+/// its real name without a map.
+QString recordedName(QObject *object);
+
+} // namespace QtWrapper
+} // namespace Vexil
+
+#endif // VEXIL_QTWRAPPER_P_H
