@@ -26,7 +26,8 @@ Object::Ptr Inspector::findObjectLocal(const QString &name)
 
     // The cache is keyed by the name as given, so it can answer before the (side-effect free) symbolic
     // resolution, which costs a map search for symbolic names.
-    if (lookupCacheEnabled && name == m_cachedName && m_cachedObject)
+    // An object the application destroyed since is not handed out again: the name may find its successor.
+    if (lookupCacheEnabled && name == m_cachedName && m_cachedObject && !m_cachedObject->isInvalidated())
         return m_cachedObject;
 
     // Symbolic names go through the object map; without one, a leading ":" is simply dropped.

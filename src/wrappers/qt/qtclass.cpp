@@ -601,12 +601,21 @@ Object::Ptr QtClass::wrap(void *data, const ObjectAttribute &attr) const
     return wrapQObject(static_cast<QObject *>(data));
 }
 
+QObject *QtClass::instance(void *data) const
+{
+    // Member indexes only mean something to objects of this class: a descriptor used with an object of
+    // another class would reach a different member.
+    auto *object = static_cast<QObject *>(data);
+    return object && object->metaObject()->inherits(m_metaObject) ? object : nullptr;
+}
+
 Object::Ptr QtClass::getProperty(int index, void *object, const Class *) const
 {
     const QMetaProperty mp = metaProperty(index);
-    if (!mp.isValid() || !object)
+    QObject *target = instance(object);
+    if (!mp.isValid() || !target)
         return Object::Ptr();
-    const QVariant value = mp.read(static_cast<QObject *>(object));
+    const QVariant value = mp.read(target);
     if (!value.isValid())
         return Object::Ptr();
     return variantToObject(value, typeInfoForProperty(mp));
@@ -615,12 +624,13 @@ Object::Ptr QtClass::getProperty(int index, void *object, const Class *) const
 bool QtClass::setProperty(int index, void *object, void *value) const
 {
     const QMetaProperty mp = metaProperty(index);
-    if (!mp.isValid() || !object)
+    QObject *target = instance(object);
+    if (!mp.isValid() || !target)
         return false;
     QVariant v;
     if (!rawToVariant(value, typeInfoForProperty(mp), &v))
         return false;
-    return mp.write(static_cast<QObject *>(object), v);
+    return mp.write(target, v);
 }
 
 bool QtClass::setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const
@@ -641,7 +651,7 @@ bool QtClass::setProperty(int index, Object::Ptr object, Object::Ptr value, cons
                      property->name().toUtf8().constData());
         return false;
     }
-    QObject *target = qobjectOf(object);
+    QObject *target = instance(qobjectOf(object));
     if (!target)
         return false;
     const TypeInfo info = typeInfoForProperty(mp);
@@ -658,7 +668,8 @@ bool QtClass::setProperty(int index, Object::Ptr object, Object::Ptr value, cons
 Object::Ptr QtClass::invoke(int index, void *object, void **args, const Class *) const
 {
     const int local = index - superClassOffset(MethodOffset);
-    if (local < 0 || size_t(local) >= m_methods.size() || !object)
+    QObject *target = instance(object);
+    if (local < 0 || size_t(local) >= m_methods.size() || !target)
         return Object::Ptr();
     const QMetaMethod m = m_metaObject->method(m_methods[size_t(local)]);
     QVector<QVariant> values(m.parameterCount());
@@ -666,7 +677,7 @@ Object::Ptr QtClass::invoke(int index, void *object, void **args, const Class *)
         if (!rawToVariant(args ? args[p] : nullptr, typeInfoForType(m.parameterType(p)), &values[p]))
             return Object::Ptr();
     }
-    return callMethod(local, static_cast<QObject *>(object), values);
+    return callMethod(local, target, values);
 }
 
 Object::Ptr QtClass::invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const
@@ -683,6 +694,12 @@ Object::Ptr QtClass::invoke(int index, Object::Ptr object, const ObjectList &arg
     if (!target) {
         Inspector::self()->setError(
             QStringLiteral("Cannot invoke member function %1() on null object reference").arg(QLatin1String(m.name())));
+        return Object::Ptr();
+    }
+    if (!instance(target)) {
+        Inspector::self()->setError(QStringLiteral("Cannot invoke %1::%2() on an object of type %3")
+                                        .arg(QLatin1String(name()), QLatin1String(m.name()),
+                                             QLatin1String(target->metaObject()->className())));
         return Object::Ptr();
     }
     QVector<QVariant> values(m.parameterCount());

@@ -409,7 +409,7 @@ QObject *search(Query &query, QObject *scope, bool windowsOnly, bool report, con
     // Explain the failure with the candidate that came closest, or with the occurrence when there are
     // matches, only too few of them. An unresolved window or container leaves the search at the whole
     // scope, so every candidate is scored.
-    ScoreVisitor scorer { query };
+    ScoreVisitor scorer { query, {} };
     query.walk(scope, windowsOnly, scorer);
     QStringList unmatched = scorer.best;
     if (wanted <= 0 || scorer.matches > 0)

@@ -100,6 +100,8 @@ public:
     QMetaProperty metaProperty(int index) const;
 
 private:
+    /// The QObject \p data points to when it is one of this class, else null.
+    QObject *instance(void *data) const;
     Object::Ptr callMethod(int local, QObject *object, const QVector<QVariant> &args) const;
 
     const QMetaObject *m_metaObject;

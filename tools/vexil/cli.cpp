@@ -1,0 +1,242 @@
+// cli.cpp: option parsing, output, file access and name error positions for the vexil subcommands.
+#include "cli.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QRegularExpression>
+#include <QSaveFile>
+
+#include <cmath>
+#include <cstdio>
+
+namespace VexilTool {
+
+namespace {
+
+const OptionSpec *findSpec(const std::vector<OptionSpec> &specs, const QString &name)
+{
+    for (const OptionSpec &s : specs) {
+        if (name == QLatin1String(s.name) || (s.alias && name == QLatin1String(s.alias)))
+            return &s;
+    }
+    return nullptr;
+}
+
+void writeLine(std::FILE *stream, const QString &line)
+{
+    // Whatever went to the other stream goes first, so that a merged log reads in order.
+    std::fflush(stream == stdout ? stderr : stdout);
+    const QByteArray bytes = line.toUtf8();
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+    std::fputc('\n', stream);
+    std::fflush(stream);
+}
+
+} // namespace
+
+bool Args::parse(const QStringList &argv, const std::vector<OptionSpec> &specs, QString *error)
+{
+    bool optionsEnded = false;
+    for (int i = 0; i < argv.size(); ++i) {
+        const QString arg = argv.at(i);
+        if (optionsEnded || arg == QLatin1String("-") || !arg.startsWith(QLatin1Char('-'))) {
+            m_positionals.append(arg);
+            continue;
+        }
+        if (arg == QLatin1String("--")) {
+            optionsEnded = true;
+            continue;
+        }
+        if (arg == QLatin1String("--help") || arg == QLatin1String("-h")) {
+            m_help = true;
+            continue;
+        }
+        QString name = arg;
+        QString value;
+        bool inlineValue = false;
+        const int eq = arg.indexOf(QLatin1Char('='));
+        if (arg.startsWith(QLatin1String("--")) && eq > 0) {
+            name = arg.left(eq);
+            value = arg.mid(eq + 1);
+            inlineValue = true;
+        }
+        const OptionSpec *spec = findSpec(specs, name);
+        if (!spec) {
+            *error = QStringLiteral("unknown option '%1'").arg(name);
+            return false;
+        }
+        const QString canonical = QLatin1String(spec->name);
+        if (!spec->valueName) {
+            if (inlineValue) {
+                *error = QStringLiteral("option '%1' takes no value").arg(canonical);
+                return false;
+            }
+            m_options.emplace_back(canonical, QString());
+            continue;
+        }
+        if (!inlineValue) {
+            // The next argument is the value whatever it looks like, so "--rotate -90" works.
+            if (i + 1 >= argv.size()) {
+                *error = QStringLiteral("option '%1' needs a value (%2)").arg(canonical, QLatin1String(spec->valueName));
+                return false;
+            }
+            value = argv.at(++i);
+        }
+        m_options.emplace_back(canonical, value);
+    }
+    return true;
+}
+
+bool Args::has(const QString &name) const
+{
+    for (const auto &o : m_options) {
+        if (o.first == name)
+            return true;
+    }
+    return false;
+}
+
+QString Args::value(const QString &name) const
+{
+    QString result;
+    for (const auto &o : m_options) {
+        if (o.first == name)
+            result = o.second;
+    }
+    return result;
+}
+
+void out(const QString &line)
+{
+    writeLine(stdout, line);
+}
+
+void err(const QString &line)
+{
+    writeLine(stderr, line);
+}
+
+int usageError(const QString &command, const QString &message)
+{
+    err(QStringLiteral("vexil %1: %2").arg(command, message));
+    err(QStringLiteral("Try 'vexil %1 --help'.").arg(command));
+    return ExitUsage;
+}
+
+bool readFile(const QString &path, QByteArray *data, QString *error)
+{
+    if (QFileInfo(path).isDir()) {
+        *error = QStringLiteral("cannot read '%1': it is a directory").arg(path);
+        return false;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("cannot open '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    *data = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        *error = QStringLiteral("cannot read '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+bool writeFileAtomically(const QString &path, const QByteArray &data, QString *error)
+{
+    if (path == QLatin1String("-")) {
+        std::fflush(stderr);
+        const bool ok = std::fwrite(data.constData(), 1, size_t(data.size()), stdout) == size_t(data.size())
+            && std::fflush(stdout) == 0;
+        if (!ok)
+            *error = QStringLiteral("cannot write to standard output");
+        return ok;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        *error = QStringLiteral("cannot write '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    if (file.write(data) != data.size() || !file.commit()) {
+        *error = QStringLiteral("cannot write '%1': %2").arg(path, file.errorString());
+        return false;
+    }
+    return true;
+}
+
+int nameErrorIndex(const QString &message)
+{
+    // Each pattern is anchored at the end, where the numbers are: the name quoted at the front may itself
+    // contain anything, including text that looks like a message.
+    static const struct
+    {
+        QRegularExpression rx;
+        int group;
+        int offset;
+    } kPatterns[] = {
+        // 1-based column of the offending character.
+        { QRegularExpression(QStringLiteral(": at column (\\d+): expected (\\{|=|\\}|either ' or \\{ or whitespace), "
+                                            "got .\\n?\\z"),
+                             QRegularExpression::DotMatchesEverythingOption),
+          1, -1 },
+        // 0-based positions from here on.
+        { QRegularExpression(QStringLiteral("' ended unexpectedly at column (\\d+)\\z")), 1, 0 },
+        { QRegularExpression(QStringLiteral(" unexpectedly ends in backslash at column (\\d+)\\z")), 1, 0 },
+        { QRegularExpression(QStringLiteral("Parsing a nested object name starting at column (\\d+) ended at column "
+                                            "\\d+ which is unexpected\\.\\z")),
+          1, 0 },
+        { QRegularExpression(QStringLiteral(" levels deep at column (\\d+)\\z")), 1, 0 },
+        // The parser stopped on the closing brace; the first surplus character follows it.
+        { QRegularExpression(QStringLiteral("\\. Parsed (\\d+) characters, but name still has \\d+ more to parse\\z")),
+          1, 1 },
+    };
+    for (const auto &p : kPatterns) {
+        const QRegularExpressionMatch m = p.rx.match(message);
+        if (m.hasMatch()) {
+            bool ok = false;
+            const int n = m.captured(p.group).toInt(&ok);
+            return ok ? n + p.offset : -1;
+        }
+    }
+    return -1;
+}
+
+QString cleanMessage(const QString &message)
+{
+    QString m = message;
+    while (m.endsWith(QLatin1Char('\n')) || m.endsWith(QLatin1Char('\r')))
+        m.chop(1);
+    return m;
+}
+
+QString caretLine(const QString &text, int index)
+{
+    QString line;
+    for (int i = 0; i < index; ++i)
+        line += (i < text.size() && text.at(i) == QLatin1Char('\t')) ? QLatin1Char('\t') : QLatin1Char(' ');
+    return line + QLatin1Char('^');
+}
+
+bool parseNumber(const QString &text, double *value)
+{
+    bool ok = false;
+    const double v = text.trimmed().toDouble(&ok);
+    if (!ok || !std::isfinite(v))
+        return false;
+    *value = v;
+    return true;
+}
+
+bool parseNumberPair(const QString &text, double *x, double *y, bool allowSingle)
+{
+    const QStringList parts = text.split(QLatin1Char(','));
+    if (parts.size() == 1 && allowSingle) {
+        if (!parseNumber(parts.at(0), x))
+            return false;
+        *y = *x;
+        return true;
+    }
+    return parts.size() == 2 && parseNumber(parts.at(0), x) && parseNumber(parts.at(1), y);
+}
+
+} // namespace VexilTool
