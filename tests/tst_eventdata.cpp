@@ -202,42 +202,31 @@ int countArgs(const EventDataArg &arg)
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------------
-// FVector
+// FVector and records
 
 TEST(FVector, ResizeKeepsLeadingElementsAndCopiesAreDeep)
 {
     FVector<QString> v;
-    EXPECT_EQ(v.size(), 0u);
     EXPECT_EQ(v.begin(), v.end());
     v.resize(2);
     v[0] = QStringLiteral("a");
     v[1] = QStringLiteral("b");
     v.resize(3);
     ASSERT_EQ(v.size(), 3u);
-    EXPECT_EQ(v[0], QStringLiteral("a"));
     EXPECT_EQ(v[1], QStringLiteral("b"));
     EXPECT_TRUE(v[2].isNull());
     v.resize(1);
     ASSERT_EQ(v.size(), 1u);
     EXPECT_EQ(v[0], QStringLiteral("a"));
-
     FVector<QString> copy(v);
     copy[0] = QStringLiteral("changed");
     EXPECT_EQ(v[0], QStringLiteral("a"));
     copy = copy;
-    EXPECT_EQ(copy[0], QStringLiteral("changed"));
     v = copy;
     EXPECT_EQ(v[0], QStringLiteral("changed"));
-
-    FVector<QString> moved(std::move(v));
-    EXPECT_EQ(moved.size(), 1u);
-    EXPECT_EQ(v.size(), 0u);
 }
 
-// ---------------------------------------------------------------------------------------------------------
-// Records
-
-TEST(EventData, IndexesComeFromOneCounterAndCopiesKeepThem)
+TEST(EventData, IndexesOrderingAndTimeStamps)
 {
     EventData a;
     EventData b = EventData::fromComment(QStringLiteral("c"));
@@ -245,45 +234,30 @@ TEST(EventData, IndexesComeFromOneCounterAndCopiesKeepThem)
     EXPECT_EQ(b.index, a.index + 1);
     EXPECT_EQ(c.index, b.index + 1);
     EXPECT_FALSE(a == b);
-    EXPECT_TRUE(a != b);
-
     EventData copy = b;
-    EXPECT_TRUE(copy == b);
     copy.objectId = QStringLiteral("other");
     EXPECT_TRUE(copy == b); // equality is identity of the record, not of its fields
-    EXPECT_FALSE(a.timeStamp.isNull());
     EXPECT_EQ(a.extraValue, -1);
     EXPECT_TRUE(a.extraText.isEmpty());
-    EXPECT_TRUE(a.itemText.isEmpty());
-}
 
-TEST(EventData, OrdersByTimeStampThenIndex)
-{
-    EventData first;
-    EventData second;
-    first.timeStamp = second.timeStamp = QTime(12, 0);
-    EXPECT_TRUE(first < second);
-    EXPECT_FALSE(second < first);
-    EXPECT_FALSE(first < first);
-
-    second.timeStamp = QTime(11, 59, 59, 999);
-    EXPECT_TRUE(second < first);
-    EXPECT_FALSE(first < second);
-
-    EventData unstamped;
-    unstamped.timeStamp = QTime();
-    EXPECT_TRUE(unstamped < second);
+    // Equal stamps order by index; an earlier stamp goes first whatever the index.
+    a.timeStamp = b.timeStamp = QTime(12, 0);
+    EXPECT_TRUE(a < b);
+    EXPECT_FALSE(b < a);
+    EXPECT_FALSE(a < a);
+    b.timeStamp = QTime(11, 59, 59, 999);
+    EXPECT_TRUE(b < a);
+    c.timeStamp = QTime();
+    EXPECT_TRUE(c < b);
 
     // The stamp is the local time of day, as QTime tells it.
     const QTime before = QTime::currentTime();
-    unstamped.createTimeStamp();
+    c.createTimeStamp();
     const QTime after = QTime::currentTime();
-    ASSERT_TRUE(unstamped.timeStamp.isValid());
+    ASSERT_TRUE(c.timeStamp.isValid());
     const int day = 86400000;
-    const int sinceBefore = (before.msecsTo(unstamped.timeStamp) + day) % day;
-    const int untilAfter = (unstamped.timeStamp.msecsTo(after) + day) % day;
-    EXPECT_LE(sinceBefore, 1000) << s_zoneSet;
-    EXPECT_LE(untilAfter, 1000);
+    EXPECT_LE((before.msecsTo(c.timeStamp) + day) % day, 1000) << s_zoneSet;
+    EXPECT_LE((c.timeStamp.msecsTo(after) + day) % day, 1000);
 }
 
 TEST(EventData, KindsAndNamesOfTheConstructors)
@@ -291,10 +265,7 @@ TEST(EventData, KindsAndNamesOfTheConstructors)
     EventData comment = EventData::fromComment(QStringLiteral("note"));
     EXPECT_EQ(comment.type, 2);
     EXPECT_EQ(comment.objectId, QStringLiteral("note"));
-
-    EventData started = EventData::applicationStarted();
-    EXPECT_EQ(started.type, 4);
-    EXPECT_TRUE(started.objectId.isEmpty());
+    EXPECT_EQ(EventData::applicationStarted().type, 4);
 
     EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(3)});
     EXPECT_EQ(call.type, 1);
@@ -308,13 +279,11 @@ TEST(EventData, KindsAndNamesOfTheConstructors)
     EXPECT_EQ(function.type, 3);
     EXPECT_EQ(function.methodName, QStringLiteral("sleep"));
     EXPECT_TRUE(function.objectId.isEmpty());
-    EXPECT_TRUE(function.extraText.isEmpty());
     ASSERT_EQ(function.arguments.size(), 1u);
     EXPECT_EQ(function.arguments[0].value, QStringLiteral("0.5"));
 
     EventData texts(QStringLiteral("type"), QStringList{QStringLiteral("a"), QStringLiteral("b")}, QString());
     EXPECT_EQ(texts.type, 3);
-    EXPECT_EQ(texts.methodName, QStringLiteral("type"));
     EXPECT_EQ(texts.argumentTexts, (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
     EXPECT_EQ(texts.arguments.size(), 0u);
 }
@@ -337,10 +306,8 @@ TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
     EXPECT_TRUE(onObject.objectId.isEmpty());
     ASSERT_EQ(onObject.arguments.size(), 3u);
     EXPECT_EQ(onObject.arguments[0].name, QStringLiteral("button"));
-    EXPECT_EQ(onObject.arguments[0].kind, 2);
     EXPECT_EQ(onObject.arguments[0].keys, QStringList{QStringLiteral("Right")});
     EXPECT_EQ(onObject.arguments[1].name, QStringLiteral("times"));
-    EXPECT_EQ(onObject.arguments[1].kind, 0);
     EXPECT_EQ(onObject.arguments[1].value, QStringLiteral("5"));
     // A value past the declared parameters has no declaration.
     EXPECT_TRUE(onObject.arguments[2].name.isEmpty());
@@ -349,17 +316,14 @@ TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
     EventData asFunction(&click, args);
     EXPECT_EQ(asFunction.type, 3);
     EXPECT_EQ(asFunction.methodName, QStringLiteral("click"));
-    EXPECT_TRUE(asFunction.objectId.isEmpty());
     EXPECT_EQ(asFunction.arguments.size(), 3u);
 
-    ASSERT_NE(insp()->globalClass(), nullptr);
     Method global(insp()->globalClass(), none, QStringLiteral("waitFor"), Signature(), true, 0);
     EventData onGlobal(&global, QStringLiteral("w"), ObjectList());
     EXPECT_EQ(onGlobal.methodName, QStringLiteral("waitFor"));
     EXPECT_EQ(onGlobal.objectId, QStringLiteral("w"));
 
-    Event clicked(widget, QStringLiteral("clicked"),
-                  Signature(Argument(QStringLiteral("button"), prim(Inspector::Int), 0, 0, &button)));
+    Event clicked(widget, QStringLiteral("clicked"), Signature(sig.at(0)));
     EventData event(&clicked, QStringLiteral("w"), ObjectList{insp()->createPrimitive(1)});
     EXPECT_EQ(event.type, 0);
     EXPECT_EQ(event.eventName, QStringLiteral("clicked"));
@@ -377,7 +341,6 @@ TEST(EventData, DebugTextsAndDump)
     EXPECT_EQ(EventData::fromComment(QStringLiteral("the text")).toDebugString(),
               "Type comment: objectId: 'the text' numArguments: 0: [ ]");
     EXPECT_EQ(EventData::applicationStarted().toDebugString(), "Type started: objectId: '' numArguments: 0: [ ]");
-
     EventData event;
     event.eventName = QStringLiteral("tap");
     event.objectId = QStringLiteral("list");
@@ -388,10 +351,6 @@ TEST(EventData, DebugTextsAndDump)
     EXPECT_EQ(event.toDebugString(),
               "Type event: eventName: 'tap' objectId: 'list', itemText = 'Row 1' numArguments: 2: [ a b ]");
 
-    EventData function(QStringLiteral("sleep"), ObjectList{insp()->createPrimitive(0.5)}, QString());
-    EXPECT_EQ(function.toDebugString(),
-              "Type method/function: methodName: 'sleep' objectId: '' numArguments: 1: [ 0.5 ]");
-
     VexilTest::StderrCapture capture;
     dumpEventData(call);
     EXPECT_EQ(capture.text(), "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]\n");
@@ -400,43 +359,28 @@ TEST(EventData, DebugTextsAndDump)
 // ---------------------------------------------------------------------------------------------------------
 // Arguments
 
-TEST(EventDataArg, ConstructorAndSetArguments)
+TEST(EventDataArg, PrimitiveValuesBecomeText)
 {
     EventDataArg arg(QStringLiteral("p"), prim(Inspector::Double));
-    EXPECT_EQ(arg.name, QStringLiteral("p"));
     EXPECT_EQ(arg.classId, 5);
     EXPECT_EQ(arg.kind, 0);
-    EXPECT_TRUE(arg.value.isEmpty());
-    EXPECT_EQ(arg.args().size(), 0u);
-
     FVector<EventDataArg> subs(2);
     subs[1].name = QStringLiteral("second");
     arg.setArguments(subs);
     EXPECT_EQ(arg.kind, 1);
-    ASSERT_EQ(arg.args().size(), 2u);
-    EXPECT_EQ(arg.args()[1].name, QStringLiteral("second"));
     subs[1].name = QStringLiteral("changed");
     EXPECT_EQ(arg.args()[1].name, QStringLiteral("second")); // copied, not shared
-}
 
-TEST(EventDataArg, PrimitiveValuesBecomeText)
-{
     EventDataArg d = EventData::createArgument(QStringLiteral("d"), nullptr, nullptr, insp()->createPrimitive(0.5));
     EXPECT_EQ(d.kind, 0);
     EXPECT_EQ(d.name, QStringLiteral("d"));
     EXPECT_EQ(d.value, QStringLiteral("0.5"));
     EXPECT_EQ(d.classId, 5);
     EXPECT_EQ(d.typeId, 5);
-
     EventDataArg t = EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive("abc"));
-    EXPECT_EQ(t.kind, 0);
     EXPECT_EQ(t.value, QStringLiteral("abc"));
-    EXPECT_EQ(t.classId, 4);
     EXPECT_EQ(t.typeId, 4);
-
-    EventDataArg b = EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive(true));
-    EXPECT_EQ(b.value, QStringLiteral("true"));
-    EXPECT_EQ(b.typeId, 3);
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive(true)).value, "true");
 
     // An enumeration only applies to int values.
     Enum e(nullptr, QStringLiteral("E"));
@@ -448,21 +392,17 @@ TEST(EventDataArg, PrimitiveValuesBecomeText)
     EventDataArg missing = EventData::createArgument(QStringLiteral("m"), prim(Inspector::Int), nullptr,
                                                      Object::Ptr());
     EXPECT_EQ(missing.kind, 0);
-    EXPECT_EQ(missing.name, QStringLiteral("m"));
     EXPECT_EQ(missing.classId, 1);
     EXPECT_TRUE(missing.value.isEmpty());
 }
 
-TEST(EventDataArg, MaskEnumerationKeepsARemainder)
+TEST(EventDataArg, EnumerationKeys)
 {
     Enum flags(nullptr, QStringLiteral("Flags"));
-    flags.addItem(QStringLiteral("None"), 0);
-    flags.addItem(QStringLiteral("A"), 1);
-    flags.addItem(QStringLiteral("B"), 2);
-    flags.addItem(QStringLiteral("Nothing"), 0);
-    flags.addItem(QStringLiteral("C"), 4);
+    for (const auto &item : std::vector<std::pair<const char *, int>>{
+             {"None", 0}, {"A", 1}, {"B", 2}, {"Nothing", 0}, {"C", 4}})
+        flags.addItem(QString::fromLatin1(item.first), item.second);
     flags.setIsMask(true);
-
     struct Row { int n; QStringList keys; };
     const Row rows[] = {
         {5, {QStringLiteral("A"), QStringLiteral("C")}},
@@ -486,26 +426,18 @@ TEST(EventDataArg, MaskEnumerationKeepsARemainder)
     Enum overlap(nullptr, QStringLiteral("Overlap"));
     overlap.addItem(QStringLiteral("AB"), 3);
     overlap.addItem(QStringLiteral("A"), 1);
-    overlap.addItem(QStringLiteral("B"), 2);
     overlap.setIsMask(true);
     EXPECT_EQ(EventData::createArgument(QString(), nullptr, &overlap, insp()->createPrimitive(3)).keys,
               QStringList{QStringLiteral("AB")});
-    EXPECT_EQ(EventData::createArgument(QString(), nullptr, &overlap, insp()->createPrimitive(1)).keys,
-              QStringList{QStringLiteral("A")});
-}
 
-TEST(EventDataArg, PlainEnumerationTakesTheKeyOfTheValue)
-{
+    // Not a mask: the first key of exactly that value, or none, without a word on stderr.
     Enum color(nullptr, QStringLiteral("Color"));
     color.addItem(QStringLiteral("Red"), 1);
     color.addItem(QStringLiteral("Green"), 2);
     color.addItem(QStringLiteral("Lime"), 2);
     color.setIsMask(false);
-
-    EventDataArg green = EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(2));
-    EXPECT_EQ(green.kind, 2);
-    EXPECT_EQ(green.keys, QStringList{QStringLiteral("Green")});
-
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(2)).keys,
+              QStringList{QStringLiteral("Green")});
     VexilTest::StderrCapture capture;
     EventDataArg none = EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(3));
     EXPECT_EQ(none.kind, 2);
@@ -533,7 +465,6 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
         return target == prim(Inspector::Char) && targetIsPointer;
     };
     label->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
-    auto *unrelated = new TestClass("EvdUnrelated");
 
     Object::Ptr h = wrapData(handle, &handleData);
     EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), prim(Inspector::Int), nullptr, h);
@@ -549,11 +480,10 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
     EXPECT_EQ(asText.kind, 0);
     EXPECT_EQ(asText.value, QStringLiteral("label text"));
     EXPECT_EQ(asText.typeId, 4);
-    EXPECT_EQ(asText.classId, label->classId());
 
     // Without a declared class, or one the converted value can't reach, the object is expanded instead.
     EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, h).kind, 1);
-    EventDataArg unreached = EventData::createArgument(QString(), unrelated, nullptr, l);
+    EventDataArg unreached = EventData::createArgument(QString(), new TestClass("EvdUnrelated"), nullptr, l);
     EXPECT_EQ(unreached.kind, 1);
     EXPECT_EQ(unreached.args().size(), 0u);
 }
@@ -565,9 +495,7 @@ struct PointData {
     int mode;
 };
 int s_labelStorage = 0;
-int s_emptyStorage = 0;
 const Class *s_evdText = nullptr;
-const Class *s_evdEmpty = nullptr;
 } // namespace
 
 TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
@@ -578,8 +506,6 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
     };
     text->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("hello"); };
     s_evdText = text;
-    auto *empty = new TestClass("EvdEmpty");
-    s_evdEmpty = empty;
     auto *point = new TestClass("EvdPoint");
     // Outlives the test: the class keeps the declarations that point at it.
     auto *mode = new Enum(point, QStringLiteral("Mode"));
@@ -595,7 +521,7 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->mode); }, r},
         {"caption", prim(Inspector::Char), nullptr,
          [](Object::Ptr) { return wrapData(s_evdText, &s_labelStorage); }, r},
-        {"inner", empty, nullptr, [](Object::Ptr) { return wrapData(s_evdEmpty, &s_emptyStorage); }, r},
+        {"inner", point, nullptr, [](Object::Ptr) { return Object::Ptr(); }, r},
         {"secret", prim(Inspector::Int), nullptr, [](Object::Ptr) { return insp()->createPrimitive(99); }, 0},
     });
 
@@ -605,35 +531,28 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
     EventDataArg arg = EventData::createArgument(QStringLiteral("pt"), nullptr, nullptr, wrapData(point, &data));
     EXPECT_EQ(capture.text(), "");
     EXPECT_EQ(arg.kind, 1);
-    EXPECT_EQ(arg.name, QStringLiteral("pt"));
     EXPECT_EQ(arg.classId, point->classId());
     ASSERT_EQ(arg.args().size(), 6u);
     const FVector<EventDataArg> &p = arg.args();
-    EXPECT_EQ(p[0].name, QStringLiteral("x"));
-    EXPECT_EQ(p[0].value, QStringLiteral("3"));
-    EXPECT_EQ(p[0].typeId, 1);
-    EXPECT_EQ(p[1].name, QStringLiteral("y"));
-    EXPECT_EQ(p[1].value, QStringLiteral("2.5"));
-    EXPECT_EQ(p[1].typeId, 5);
-    EXPECT_EQ(p[2].name, QStringLiteral("mode"));
-    EXPECT_EQ(p[2].kind, 2);
-    EXPECT_EQ(p[2].enumName, QStringLiteral("Mode"));
+    const char *names[] = {"x", "y", "mode", "caption", "inner", "secret"};
+    const int kinds[] = {0, 0, 2, 0, 0, 0};
+    const char *values[] = {"3", "2.5", "2", "hello", "", ""};
+    const int typeIds[] = {1, 5, -1, 4, -1, -1};
+    for (unsigned i = 0; i < 6; ++i) {
+        EXPECT_EQ(p[i].name, QString::fromLatin1(names[i])) << i;
+        EXPECT_EQ(p[i].kind, kinds[i]) << i;
+        EXPECT_EQ(p[i].value, QString::fromLatin1(values[i])) << i;
+        EXPECT_EQ(p[i].typeId, typeIds[i]) << i;
+    }
     EXPECT_EQ(p[2].keys, QStringList{QStringLiteral("Slow")});
-    EXPECT_EQ(p[3].name, QStringLiteral("caption"));
-    EXPECT_EQ(p[3].kind, 0);
-    EXPECT_EQ(p[3].value, QStringLiteral("hello"));
-    EXPECT_EQ(p[3].typeId, 4);
     EXPECT_EQ(p[3].classId, text->classId());
-    EXPECT_EQ(p[4].name, QStringLiteral("inner"));
-    EXPECT_EQ(p[4].kind, 1);
-    EXPECT_EQ(p[4].args().size(), 0u);
-    // A property that can't be read keeps its place with an empty value of its declared class.
-    EXPECT_EQ(p[5].name, QStringLiteral("secret"));
-    EXPECT_EQ(p[5].kind, 0);
+    // A null value or a property that can't be read keeps its place with the declared class.
+    EXPECT_EQ(p[4].classId, point->classId());
     EXPECT_EQ(p[5].classId, 1);
-    EXPECT_TRUE(p[5].value.isEmpty());
 
-    // A null object keeps the shape without reading anything or leaving an error behind.
+    // A class without properties still gives kind 1; a null object keeps the shape, reads nothing and leaves no
+    // error behind.
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, wrapData(text, &s_labelStorage)).kind, 1);
     EventDataArg nullArg = EventData::createArgument(QString(), nullptr, nullptr, point->createNull());
     EXPECT_EQ(nullArg.kind, 1);
     ASSERT_EQ(nullArg.args().size(), 6u);
@@ -641,23 +560,18 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
     EXPECT_EQ(insp()->lastError(), QString());
 }
 
-TEST(EventDataArg, SelfReferenceStopsAtTheDepthLimit)
+TEST(EventDataArg, SelfReferenceStopsAtTheLimits)
 {
     static int loopData = 0;
     auto *loop = new TestClass("EvdLoop");
     loop->setProperties({{"self", loop, nullptr, [](Object::Ptr o) { return o; }, PropertyDeclaration::Readable}});
-
     EventDataArg arg = EventData::createArgument(QStringLiteral("l"), nullptr, nullptr, wrapData(loop, &loopData));
     int levels = 0;
-    const EventDataArg *cur = &arg;
-    while (cur->args().size() > 0) {
+    for (const EventDataArg *cur = &arg; cur->args().size() > 0; cur = &cur->args()[0]) {
         ASSERT_EQ(cur->args().size(), 1u);
-        cur = &cur->args()[0];
-        EXPECT_EQ(cur->name, QStringLiteral("self"));
         ++levels;
     }
     EXPECT_EQ(levels, EventDataArg::maxObjectDepth);
-    EXPECT_EQ(cur->kind, 1);
 
     // Several properties leading back multiply the tree; the budget keeps it bounded.
     static int wideData = 0;
@@ -666,8 +580,7 @@ TEST(EventDataArg, SelfReferenceStopsAtTheDepthLimit)
     const unsigned int r = PropertyDeclaration::Readable;
     wide->setProperties({{"a", wide, nullptr, back, r}, {"b", wide, nullptr, back, r},
                          {"c", wide, nullptr, back, r}, {"d", wide, nullptr, back, r}});
-    EventDataArg big = EventData::createArgument(QString(), nullptr, nullptr, wrapData(wide, &wideData));
-    const int total = countArgs(big);
+    const int total = countArgs(EventData::createArgument(QString(), nullptr, nullptr, wrapData(wide, &wideData)));
     EXPECT_GT(total, 1000);
     EXPECT_LE(total, EventDataArg::maxExpandedArguments + 4 * EventDataArg::maxObjectDepth + 1);
 }
@@ -675,7 +588,7 @@ TEST(EventDataArg, SelfReferenceStopsAtTheDepthLimit)
 // ---------------------------------------------------------------------------------------------------------
 // Stream form
 
-TEST(EventDataStream, MethodCallAndCommentBytes)
+TEST(EventDataStream, NameFieldDependsOnTheType)
 {
     EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(42)});
     call.timeStamp = QTime(10, 0);
@@ -696,7 +609,6 @@ TEST(EventDataStream, MethodCallAndCommentBytes)
     const QByteArray commentBytes = hex("00000002 00000004 0068 0069 ffffffff ffffffff 00000000 00000000"
                                         "ffffffff ffffffff");
     EXPECT_EQ(bytesOf(comment), commentBytes);
-
     EventData read;
     const qint32 ownIndex = read.index;
     QDataStream in(commentBytes);
@@ -705,13 +617,11 @@ TEST(EventDataStream, MethodCallAndCommentBytes)
     EXPECT_TRUE(in.atEnd());
     EXPECT_EQ(read.type, 2);
     EXPECT_EQ(read.objectId, QStringLiteral("hi"));
-    EXPECT_TRUE(read.timeStamp.isNull());
     EXPECT_EQ(read.index, ownIndex);
 
     EventData started = EventData::applicationStarted();
     started.timeStamp = QTime();
     EXPECT_EQ(bytesOf(started), hex("00000004 ffffffff ffffffff ffffffff 00000000 00000000 ffffffff ffffffff"));
-
     EventData function(QStringLiteral("f"), QStringList{QStringLiteral("1")}, QString());
     function.timeStamp = QTime();
     EXPECT_EQ(bytesOf(function), hex("00000003 00000002 0066 ffffffff ffffffff ffffffff"
@@ -722,63 +632,38 @@ TEST(EventDataStream, EveryFieldInOrder)
 {
     const QByteArray expected = hex(kFullRecordHex);
     EXPECT_EQ(bytesOf(fullRecord()), expected);
-
     EventData read = EventData::fromComment(QStringLiteral("stale"));
     read.methodName = QStringLiteral("stale");
     QDataStream in(expected);
     read.readObject(in);
     ASSERT_EQ(in.status(), QDataStream::Ok);
     EXPECT_TRUE(in.atEnd());
-    EXPECT_EQ(read.type, 0);
     EXPECT_EQ(read.eventName, QStringLiteral("tap"));
     EXPECT_TRUE(read.methodName.isNull()); // not in an event's stream form
-    EXPECT_EQ(read.objectId, QStringLiteral("btn"));
     EXPECT_EQ(read.timeStamp, QTime(0, 0, 1));
-    EXPECT_EQ(read.extraText, QStringLiteral("x"));
-    EXPECT_EQ(read.argumentTexts, QStringList{QStringLiteral("a")});
-    EXPECT_EQ(read.extraValue, 7);
-    EXPECT_EQ(read.itemText, QStringLiteral("it"));
     ASSERT_EQ(read.arguments.size(), 2u);
-    const EventDataArg &mode = read.arguments[0];
-    EXPECT_EQ(mode.kind, 2);
-    EXPECT_EQ(mode.name, QStringLiteral("mode"));
-    EXPECT_EQ(mode.classId, 1);
-    EXPECT_EQ(mode.enumName, QStringLiteral("E"));
-    EXPECT_EQ(mode.value, QStringLiteral("5"));
-    EXPECT_EQ(mode.keys, (QStringList{QStringLiteral("A"), QStringLiteral("C")}));
-    const EventDataArg &pos = read.arguments[1];
-    EXPECT_EQ(pos.kind, 1);
-    EXPECT_EQ(pos.classId, -1);
-    ASSERT_EQ(pos.args().size(), 1u);
-    EXPECT_EQ(pos.args()[0].name, QStringLiteral("x"));
-    EXPECT_EQ(pos.args()[0].classId, 5);
-    EXPECT_EQ(pos.args()[0].value, QStringLiteral("3"));
-    EXPECT_EQ(pos.args()[0].typeId, 1);
-
+    EXPECT_EQ(read.arguments[0].keys, (QStringList{QStringLiteral("A"), QStringLiteral("C")}));
+    ASSERT_EQ(read.arguments[1].args().size(), 1u);
+    EXPECT_EQ(read.arguments[1].args()[0].typeId, 1);
     EXPECT_EQ(bytesOf(read), expected);
-}
 
-TEST(EventDataStream, UnknownArgumentKindCarriesNothingMore)
-{
-    // An argument of kind 9 between the argument count and the integer field.
-    const QByteArray bytes = hex("00000002 ffffffff ffffffff ffffffff 00000000 00000001"
-                                 "00000002 006b 00000003 00000009"
-                                 "00000005 ffffffff");
-    EventData read;
-    QDataStream in(bytes);
-    read.readObject(in);
-    ASSERT_EQ(in.status(), QDataStream::Ok);
+    // An argument of a kind this version does not know carries nothing more.
+    const QByteArray unknown = hex("00000002 ffffffff ffffffff ffffffff 00000000 00000001"
+                                   "00000002 006b 00000003 00000009"
+                                   "00000005 ffffffff");
+    QDataStream uin(unknown);
+    read.readObject(uin);
+    ASSERT_EQ(uin.status(), QDataStream::Ok);
     ASSERT_EQ(read.arguments.size(), 1u);
     EXPECT_EQ(read.arguments[0].kind, 9);
-    EXPECT_EQ(read.arguments[0].classId, 3);
     EXPECT_EQ(read.extraValue, 5);
-    EXPECT_EQ(bytesOf(read), bytes);
+    EXPECT_EQ(bytesOf(read), unknown);
 }
 
 // ---------------------------------------------------------------------------------------------------------
 // Bad streams
 
-TEST(EventDataBadStream, EveryTruncationFailsAndLeavesABlankRecord)
+TEST(EventDataBadStream, EveryTruncationFailsAndLeavesBlanks)
 {
     const QByteArray full = hex(kFullRecordHex);
     for (int cut = 0; cut < full.size(); ++cut) {
@@ -792,72 +677,59 @@ TEST(EventDataBadStream, EveryTruncationFailsAndLeavesABlankRecord)
         if (HasFailure())
             FAIL() << "cut at " << cut;
     }
+    const QByteArray arg = bytesOf(fullRecord().arguments[1]);
+    for (int cut = 0; cut < arg.size(); ++cut) {
+        EventDataArg a(QStringLiteral("stale"), prim(Inspector::Int));
+        QDataStream in(arg.left(cut));
+        a.readObject(in);
+        EXPECT_EQ(in.status(), QDataStream::ReadPastEnd) << "cut at " << cut;
+        expectBlankArg(a);
+    }
+    // A stream that failed before stays failed and gives a blank record.
+    QDataStream failed(full);
+    failed.setStatus(QDataStream::ReadCorruptData);
+    EventData rec = fullRecord();
+    rec.readObject(failed);
+    EXPECT_EQ(failed.status(), QDataStream::ReadCorruptData);
+    expectBlankRecord(rec);
 }
 
-TEST(EventDataBadStream, TruncatedArgumentsFailAndLeaveABlankArgument)
+TEST(EventDataBadStream, HugeOrNegativeCountsAndImpossibleTimes)
 {
-    const QByteArray full = bytesOf(fullRecord().arguments[1]);
-    for (int cut = 0; cut < full.size(); ++cut) {
-        EventDataArg arg(QStringLiteral("stale"), prim(Inspector::Int));
-        QDataStream in(full.left(cut));
+    struct Case
+    {
+        const char *bytes;
+        QDataStream::Status status;
+    };
+    const Case records[] = {
+        // two billion arguments, then as many argument texts, in streams that hold none of them
+        {"00000002 ffffffff ffffffff ffffffff 00000000 77359400", QDataStream::ReadPastEnd},
+        {"00000002 ffffffff ffffffff ffffffff ffffffff", QDataStream::ReadPastEnd},
+        {"00000002 ffffffff ffffffff ffffffff 00000000 80000000 ffffffff ffffffff", QDataStream::ReadCorruptData},
+        // 86,400,000 milliseconds is past the last time of a day
+        {"00000002 ffffffff 05265c00 ffffffff 00000000 00000000 ffffffff ffffffff", QDataStream::ReadCorruptData},
+        // a text of an odd number of bytes can't be UTF-16
+        {"00000002 00000003 0068 00", QDataStream::ReadCorruptData},
+    };
+    for (const Case &c : records) {
+        EventData rec;
+        QDataStream in(hex(c.bytes));
+        rec.readObject(in);
+        EXPECT_EQ(in.status(), c.status) << c.bytes;
+        expectBlankRecord(rec);
+    }
+    const Case args[] = {
+        {"ffffffff 00000000 00000001 77359400 ffff", QDataStream::ReadPastEnd},
+        {"ffffffff 00000000 00000002 ffffffff ffffffff 7fffffff", QDataStream::ReadPastEnd},
+        {"ffffffff 00000000 00000001 ffffffff", QDataStream::ReadCorruptData},
+    };
+    for (const Case &c : args) {
+        EventDataArg arg;
+        QDataStream in(hex(c.bytes));
         arg.readObject(in);
-        EXPECT_EQ(in.status(), QDataStream::ReadPastEnd) << "cut at " << cut;
+        EXPECT_EQ(in.status(), c.status) << c.bytes;
         expectBlankArg(arg);
     }
-}
-
-TEST(EventDataBadStream, HugeCountsDoNotAllocateAhead)
-{
-    // Two billion arguments announced in a stream that holds none of them.
-    EventData rec;
-    QDataStream recordStream(hex("00000002 ffffffff ffffffff ffffffff 00000000 77359400"));
-    rec.readObject(recordStream);
-    EXPECT_EQ(recordStream.status(), QDataStream::ReadPastEnd);
-    expectBlankRecord(rec);
-
-    // The same for argument texts, whose count Qt's own list reader would reserve.
-    QDataStream textStream(hex("00000002 ffffffff ffffffff ffffffff ffffffff"));
-    rec.readObject(textStream);
-    EXPECT_EQ(textStream.status(), QDataStream::ReadPastEnd);
-    expectBlankRecord(rec);
-
-    // Sub-arguments and enumeration keys.
-    EventDataArg arg;
-    QDataStream subStream(hex("ffffffff 00000000 00000001 77359400 ffff"));
-    arg.readObject(subStream);
-    EXPECT_EQ(subStream.status(), QDataStream::ReadPastEnd);
-    expectBlankArg(arg);
-    QDataStream keyStream(hex("ffffffff 00000000 00000002 ffffffff ffffffff 7fffffff"));
-    arg.readObject(keyStream);
-    EXPECT_EQ(keyStream.status(), QDataStream::ReadPastEnd);
-    expectBlankArg(arg);
-}
-
-TEST(EventDataBadStream, NegativeCountsAndImpossibleTimesAreCorrupt)
-{
-    EventData rec;
-    QDataStream negative(hex("00000002 ffffffff ffffffff ffffffff 00000000 80000000 ffffffff ffffffff"));
-    rec.readObject(negative);
-    EXPECT_EQ(negative.status(), QDataStream::ReadCorruptData);
-    expectBlankRecord(rec);
-
-    EventDataArg arg;
-    QDataStream negativeSub(hex("ffffffff 00000000 00000001 ffffffff"));
-    arg.readObject(negativeSub);
-    EXPECT_EQ(negativeSub.status(), QDataStream::ReadCorruptData);
-    expectBlankArg(arg);
-
-    // One day has 86,400,000 milliseconds; that many is past the last valid time.
-    QDataStream badTime(hex("00000002 ffffffff 05265c00 ffffffff 00000000 00000000 ffffffff ffffffff"));
-    rec.readObject(badTime);
-    EXPECT_EQ(badTime.status(), QDataStream::ReadCorruptData);
-    expectBlankRecord(rec);
-
-    // A text of an odd number of bytes can't be UTF-16.
-    QDataStream oddText(hex("00000002 00000003 0068 00"));
-    rec.readObject(oddText);
-    EXPECT_EQ(oddText.status(), QDataStream::ReadCorruptData);
-    expectBlankRecord(rec);
 }
 
 TEST(EventDataBadStream, NestingIsBounded)
@@ -867,26 +739,13 @@ TEST(EventDataBadStream, NestingIsBounded)
     arg.readObject(deepest);
     EXPECT_EQ(deepest.status(), QDataStream::Ok);
     EXPECT_EQ(countArgs(arg), EventDataArg::maxStreamDepth + 1);
-
     QDataStream tooDeep(nestedArgBytes(EventDataArg::maxStreamDepth + 1));
     arg.readObject(tooDeep);
     EXPECT_EQ(tooDeep.status(), QDataStream::ReadCorruptData);
     expectBlankArg(arg);
-
     // Far deeper than any stack would take when followed level by level.
     QDataStream hostile(nestedArgBytes(200000));
     arg.readObject(hostile);
     EXPECT_EQ(hostile.status(), QDataStream::ReadCorruptData);
     expectBlankArg(arg);
-}
-
-TEST(EventDataBadStream, AFailedStreamGivesABlankRecord)
-{
-    QByteArray bytes = hex(kFullRecordHex);
-    QDataStream in(bytes);
-    in.setStatus(QDataStream::ReadCorruptData);
-    EventData rec = fullRecord();
-    rec.readObject(in);
-    EXPECT_EQ(in.status(), QDataStream::ReadCorruptData);
-    expectBlankRecord(rec);
 }

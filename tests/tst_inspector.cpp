@@ -26,37 +26,15 @@ public:
     }
 };
 
-// A class with one enum named as given.
-class EnumClass : public PlainClass
-{
-public:
-    EnumClass(const char *name, const QString &enumName)
-        : PlainClass(name)
-        , m_enumName(enumName)
-    {
-        setNumEnums(1);
-    }
-    Enum *createEnum(int) const override { return new Enum(this, m_enumName); }
-    QString m_enumName;
-};
-
 class TopLevel : public ObjectHierarchyDelegate
 {
 public:
     TopLevel(const QString &cls, const Class *objectClass, const QStringList &names)
         : ObjectHierarchyDelegate(cls)
+        , m_names(names)
     {
-        for (const QString &n : names) {
-            Object::Ptr o(new Object(new int(0), objectClass, ObjectAttribute()));
-            m_names.append(n);
-            m_objects.push_back(o);
-            m_storage.push_back(static_cast<int *>(o->rawData()));
-        }
-    }
-    ~TopLevel() override
-    {
-        for (int *p : m_storage)
-            delete p;
+        for (int i = 0; i < names.size(); ++i)
+            m_objects.push_back(Object::Ptr(new Object(this, objectClass, ObjectAttribute())));
     }
     int numChildren(Object::Ptr parent) const override { return parent ? 0 : int(m_objects.size()); }
     Object::Ptr child(Object::Ptr parent, int i) const override
@@ -74,18 +52,12 @@ public:
 
     QStringList m_names;
     std::vector<Object::Ptr> m_objects;
-    std::vector<int *> m_storage;
 };
 
 class RecordingSender : public SendEventDelegate
 {
 public:
-    RecordingSender(std::vector<int> *log, int id, bool handles)
-        : m_log(log)
-        , m_id(id)
-        , m_handles(handles)
-    {
-    }
+    RecordingSender(std::vector<int> *log, int id, bool handles) : m_log(log), m_id(id), m_handles(handles) { }
     bool sendEvent(const Event *, Object::Ptr, const ObjectList &) const override
     {
         m_log->push_back(m_id);
@@ -124,12 +96,10 @@ TEST(InspectorStartup, BuiltInClassesAndNamespaces)
 {
     Inspector *insp = Inspector::self();
     EXPECT_EQ(Inspector::insp, insp);
-    EXPECT_EQ(Inspector::self(), insp);
     ASSERT_EQ(insp->numClasses(), 16);
-    const char *const names[] = {"short",  "int",         "long",           "bool",          "char",
-                                 "double", "int64",       "void",           "undefined",     "Vexil::Global",
-                                 "Vexil_Array", "Vexil_Map", "GestureBuilder", "ScreenPoint", "ScreenRectangle",
-                                 "DateTime"};
+    const char *const names[] = {"short",  "int",         "long",      "bool",           "char",        "double",
+                                 "int64",  "void",        "undefined", "Vexil::Global",  "Vexil_Array", "Vexil_Map",
+                                 "GestureBuilder", "ScreenPoint", "ScreenRectangle", "DateTime"};
     for (int i = 0; i < 16; ++i) {
         ASSERT_NE(insp->type(i), nullptr) << i;
         EXPECT_STREQ(insp->type(i)->name(), names[i]) << i;
@@ -146,7 +116,6 @@ TEST(InspectorStartup, BuiltInClassesAndNamespaces)
     Namespace *ui = insp->nameSpace(1);
     EXPECT_EQ(ui->name(), QStringLiteral("UiTypes"));
     EXPECT_EQ(ui->parent(), global);
-    EXPECT_EQ(insp->nameSpace(QStringLiteral("UiTypes")), ui);
     for (int i = 13; i < 16; ++i)
         EXPECT_EQ(insp->type(i)->nameSpace(), ui) << i;
     EXPECT_EQ(insp->type(12)->nameSpace(), global);
@@ -168,14 +137,12 @@ TEST(InspectorRegistry, TypeByNameStripsOneMarker)
 {
     Inspector *insp = Inspector::self();
     const Class *intClass = insp->type(Inspector::Int);
-    EXPECT_EQ(insp->type(QStringLiteral("int")), intClass);
     EXPECT_EQ(insp->type(QStringLiteral("int*")), intClass);
     EXPECT_EQ(insp->type(QStringLiteral("int&")), intClass);
     EXPECT_EQ(insp->type(QStringLiteral("int**")), nullptr);
     EXPECT_EQ(insp->type(QStringLiteral("int *")), nullptr);
-    EXPECT_EQ(insp->type(QStringLiteral("")), nullptr);
-    EXPECT_EQ(insp->type(QStringLiteral("NoSuchClass")), nullptr);
-
+    EXPECT_EQ(insp->type(QString()), nullptr);
+    EXPECT_EQ(insp->type(-1), nullptr);
     // The "int**" lookup is for "int*": a class really named so is found.
     PlainClass *starred = new PlainClass("InspTest_Star*");
     EXPECT_EQ(insp->type(QStringLiteral("InspTest_Star**")), starred);
@@ -188,20 +155,18 @@ TEST(InspectorRegistry, RegistrationAppendsAndTakesOverTheName)
     PlainClass *first = new PlainClass("InspTest_Twice");
     Namespace *ns = new Namespace(insp->globalNamespace(), QStringLiteral("InspTestNs"));
     PlainClass *second = new PlainClass("InspTest_Twice", ns);
-    EXPECT_EQ(insp->numClasses(), n + 2);
-    EXPECT_EQ(first->classId(), n);
     EXPECT_EQ(second->classId(), n + 1);
     EXPECT_EQ(insp->type(QStringLiteral("InspTest_Twice")), second);
     EXPECT_EQ(insp->type(n), first);
 
     // Many registrations grow the table past its first capacity.
-    for (int i = 0; i < 80; ++i) {
-        const QByteArray name = "InspTest_Many" + QByteArray::number(i);
-        new PlainClass(name.constData());     // the class keeps its own copy of the name
-    }
+    for (int i = 0; i < 80; ++i)
+        new PlainClass(("InspTest_Many" + QByteArray::number(i)).constData());     // the class copies the name
     EXPECT_EQ(insp->numClasses(), n + 82);
     EXPECT_STREQ(insp->type(n + 81)->name(), "InspTest_Many79");
     EXPECT_EQ(insp->type(n), first);
+    EXPECT_EQ(insp->registerClass(nullptr), -1);
+    EXPECT_EQ(insp->numClasses(), n + 82);
 }
 
 TEST(InspectorRegistry, NamespacesByFullyQualifiedName)
@@ -212,7 +177,6 @@ TEST(InspectorRegistry, NamespacesByFullyQualifiedName)
     Namespace *deepest = new Namespace(inner, QStringLiteral("Deepest"));
     EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QString()), nullptr);
     EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QStringLiteral("UiTypes")), insp->nameSpace(1));
-    EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QStringLiteral("InspOuter")), outer);
     EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QStringLiteral("InspOuter::Inner")), inner);
     EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QStringLiteral("InspOuter::Inner::Deepest")), deepest);
     EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QStringLiteral("Inner")), nullptr);
@@ -220,80 +184,62 @@ TEST(InspectorRegistry, NamespacesByFullyQualifiedName)
     EXPECT_EQ(insp->nameSpaceFromFullyQualifiedName(QStringLiteral("InspOuter::Missing")), nullptr);
     EXPECT_EQ(insp->nameSpace(QStringLiteral("Inner")), inner);
     EXPECT_EQ(insp->nameSpace(QStringLiteral("NoSuchNamespace")), nullptr);
-    EXPECT_EQ(insp->nameSpace(inner->namespaceId()), inner);
 }
-
-// ---------------------------------------------------------------------------------------------------------
 
 TEST(InspectorPrimitives, OwnedCopiesOfTheRightClass)
 {
     Inspector *insp = Inspector::self();
-    struct Case
-    {
-        Object::Ptr obj;
-        int type;
-    };
-    const Case cases[] = {
-        {insp->createPrimitive(42), Inspector::Int},        {insp->createPrimitive(42LL), Inspector::Int64},
-        {insp->createPrimitive(42L), Inspector::Long},      {insp->createPrimitive(true), Inspector::Bool},
+    const std::pair<Object::Ptr, int> cases[] = {
+        {insp->createPrimitive(42), Inspector::Int},   {insp->createPrimitive(42LL), Inspector::Int64},
+        {insp->createPrimitive(42L), Inspector::Long}, {insp->createPrimitive(true), Inspector::Bool},
         {insp->createPrimitive(42.0), Inspector::Double},
     };
-    for (const Case &c : cases) {
-        ASSERT_TRUE(c.obj) << c.type;
-        EXPECT_EQ(c.obj->objectClass(), insp->type(c.type)) << c.type;
-        EXPECT_TRUE(c.obj->ownsData) << c.type;
-        EXPECT_EQ(c.obj->objectAttribute().flags, 0u) << c.type;
-        EXPECT_FALSE(c.obj->isNull());
+    for (const auto &c : cases) {
+        ASSERT_TRUE(c.first) << c.second;
+        EXPECT_EQ(c.first->objectClass(), insp->type(c.second)) << c.second;
+        EXPECT_TRUE(c.first->ownsData) << c.second;
+        EXPECT_EQ(c.first->objectAttribute(), ObjectAttribute(0, 0)) << c.second;
     }
-    EXPECT_EQ(*static_cast<int *>(cases[0].obj->rawData()), 42);
-    EXPECT_EQ(*static_cast<long long *>(cases[1].obj->rawData()), 42LL);
-    EXPECT_EQ(*static_cast<long *>(cases[2].obj->rawData()), 42L);
-    EXPECT_TRUE(*static_cast<bool *>(cases[3].obj->rawData()));
-    EXPECT_EQ(*static_cast<double *>(cases[4].obj->rawData()), 42.0);
+    EXPECT_EQ(*static_cast<int *>(cases[0].first->rawData()), 42);
+    EXPECT_EQ(*static_cast<long long *>(cases[1].first->rawData()), 42LL);
+    EXPECT_EQ(*static_cast<long *>(cases[2].first->rawData()), 42L);
+    EXPECT_TRUE(*static_cast<bool *>(cases[3].first->rawData()));
+    EXPECT_EQ(*static_cast<double *>(cases[4].first->rawData()), 42.0);
 
     const char *source = "h\xc3\xa9llo";
     Object::Ptr text = insp->createPrimitive(source);
     EXPECT_EQ(text->objectClass(), insp->type(Inspector::Char));
-    EXPECT_EQ(text->objectAttribute().flags, unsigned(ObjectAttribute::Pointer));
+    EXPECT_EQ(text->objectAttribute(), ObjectAttribute(ObjectAttribute::Pointer, 0));
     EXPECT_TRUE(text->ownsData);
     EXPECT_NE(text->rawData(), static_cast<const void *>(source));
     EXPECT_STREQ(static_cast<const char *>(text->rawData()), source);
 
     Object::Ptr list = insp->createPrimitive(QStringList{QStringLiteral("a"), QString::fromUtf8("\xc3\xa9")});
     EXPECT_EQ(list->objectClass(), insp->type(Inspector::Char));
-    EXPECT_EQ(list->objectAttribute().flags, 18u);
-    EXPECT_EQ(list->objectAttribute().count, 2);
+    EXPECT_EQ(list->objectAttribute(), ObjectAttribute(18, 2));
     EXPECT_TRUE(list->ownsData);
     char **texts = static_cast<char **>(list->rawData());
     EXPECT_STREQ(texts[0], "a");
     EXPECT_STREQ(texts[1], "\xc3\xa9");
+    EXPECT_EQ(insp->createPrimitive(QStringList())->objectAttribute().count, 0);
 
-    Object::Ptr none = insp->createPrimitive(QStringList());
-    EXPECT_EQ(none->objectAttribute().count, 0);
-}
-
-TEST(InspectorPrimitives, CreateNullIsPointerFormNullObject)
-{
     PlainClass *cls = new PlainClass("InspTest_Nullable");
-    Object::Ptr n = Inspector::self()->createNull(cls);
-    ASSERT_TRUE(n);
+    Object::Ptr n = insp->createNull(cls);
     EXPECT_TRUE(n->isNull());
     EXPECT_EQ(n->objectClass(), cls);
-    EXPECT_EQ(n->objectAttribute().flags, 2u);
-    EXPECT_EQ(n->objectAttribute().count, 0);
-    EXPECT_NE(Inspector::self()->createNull(cls).get(), n.get());
+    EXPECT_EQ(n->objectAttribute(), ObjectAttribute(2, 0));
+    EXPECT_NE(insp->createNull(cls).get(), n.get());
 }
 
 // ---------------------------------------------------------------------------------------------------------
 // Settings
 
-TEST(InspectorSettings, BooleanDefaultsAndReplacement)
+TEST(InspectorSettings, BooleansUniquePropertiesAndExtensionCode)
 {
     Inspector *insp = Inspector::self();
     EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("unknown")));
     EXPECT_TRUE(insp->hasRecordMouseDrag(QStringLiteral("unknown")));
     EXPECT_TRUE(insp->isKeyEventCompressionAllowed(QStringLiteral("unknown")));
-
     insp->setMouseTracking(QStringLiteral("k"), true);
     insp->setRecordMouseDrag(QStringLiteral("k"), false);
     insp->setAllowKeyEventCompression(QStringLiteral("k"), false);
@@ -301,22 +247,14 @@ TEST(InspectorSettings, BooleanDefaultsAndReplacement)
     EXPECT_FALSE(insp->hasRecordMouseDrag(QStringLiteral("k")));
     EXPECT_FALSE(insp->isKeyEventCompressionAllowed(QStringLiteral("k")));
     insp->setMouseTracking(QStringLiteral("k"), false);
-    insp->setRecordMouseDrag(QStringLiteral("k"), true);
     EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("k")));
-    EXPECT_TRUE(insp->hasRecordMouseDrag(QStringLiteral("k")));
     EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("K")));     // keys are case-sensitive
 
-    insp->enableEventCompression(QStringLiteral("k"), true);     // nothing to forward to: no effect
-}
-
-TEST(InspectorSettings, UniquePropertiesAndExtensionCode)
-{
-    Inspector *insp = Inspector::self();
-    EXPECT_TRUE(insp->uniqueProperty(QStringLiteral("QWidget")).isEmpty());
     insp->setUniqueProperty(QStringLiteral("QWidget"), QStringLiteral("objectName"));
     insp->setUniqueProperty(QStringLiteral("QLabel"), QStringLiteral("text"));
     insp->setUniqueProperty(QStringLiteral("QWidget"), QStringLiteral("windowTitle"));
     EXPECT_EQ(insp->uniqueProperty(QStringLiteral("QWidget")), QStringLiteral("windowTitle"));
+    EXPECT_TRUE(insp->uniqueProperty(QStringLiteral("QFrame")).isEmpty());
     EXPECT_EQ(insp->uniquePropertyClasses(),
               (QStringList{QStringLiteral("QWidget"), QStringLiteral("QLabel"), QStringLiteral("QWidget")}));
 
@@ -334,12 +272,8 @@ TEST(InspectorSettings, RecorderFiltersMatchExactlyOrByWildcard)
     EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("qpushbutton")));
     EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("QPushButtonX")));     // whole value
     EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("other"), QStringLiteral("QPushButton")));
-
     insp->setRecorderFilter(QStringLiteral("f"), QStringLiteral("a[b"));     // equal text matches as it is
     EXPECT_TRUE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("a[b")));
-    insp->setRecorderFilter(QStringLiteral("f"), QStringLiteral("Label?"));
-    EXPECT_TRUE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("Label2")));
-    EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("Label")));
 }
 
 // ---------------------------------------------------------------------------------------------------------
@@ -360,40 +294,32 @@ TEST(InspectorErrors, LastErrorConsumesTextAndUnmatchedProperties)
     insp->setError(QString());     // an empty text also forgets the unmatched properties
     EXPECT_TRUE(insp->unmatchedProperties().isEmpty());
     EXPECT_TRUE(insp->lastError().isEmpty());
+
+    EXPECT_FALSE(insp->call(QStringLiteral("f"), FList<QVariant>{QVariant(1)}).isValid());
+    EXPECT_EQ(insp->lastError(),
+              QStringLiteral(
+                  "Cannot make remote calls right now. Make sure your application is running and hooked by Vexil."));
 }
 
 TEST(InspectorErrors, UnmatchedPropertiesShortestListWins)
 {
     Inspector *insp = Inspector::self();
-    insp->lastError();
-    const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c"),
-                  d = QStringLiteral("d");
-    insp->setUnmatchedProperties(QStringLiteral("k"), QStringList{a, b});
-    insp->setUnmatchedProperties(QStringLiteral("k"), QStringList{a, b, c});
-    EXPECT_EQ(insp->unmatchedProperties().value(QStringLiteral("k")), (QStringList{a, b}));
-    insp->setUnmatchedProperties(QStringLiteral("k"), QStringList{c, d});
-    EXPECT_EQ(insp->unmatchedProperties().value(QStringLiteral("k")), (QStringList{c, d}));
-    insp->setUnmatchedProperties(QStringLiteral("k"), QStringList{a});
-    EXPECT_EQ(insp->unmatchedProperties().value(QStringLiteral("k")), (QStringList{a}));
+    const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c");
+    const QString k = QStringLiteral("k");
+    insp->setUnmatchedProperties(k, QStringList{a, b});
+    insp->setUnmatchedProperties(k, QStringList{a, b, c});
+    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList{a, b}));
+    insp->setUnmatchedProperties(k, QStringList{c, a});     // a tie replaces
+    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList{c, a}));
+    insp->setUnmatchedProperties(k, QStringList{a});
 
-    insp->addUnmatchedProperty(QStringLiteral("k"), a);
-    insp->addUnmatchedProperty(QStringLiteral("k"), QStringLiteral("A"));
+    insp->addUnmatchedProperty(k, a);
+    insp->addUnmatchedProperty(k, QStringLiteral("A"));
     insp->addUnmatchedProperty(QStringLiteral("j"), b);
-    EXPECT_EQ(insp->unmatchedProperties().value(QStringLiteral("k")), (QStringList{a, QStringLiteral("A")}));
-    EXPECT_EQ(insp->unmatchedProperties().keys(), (QStringList{QStringLiteral("j"), QStringLiteral("k")}));
-    insp->removeUnmatchedProperties(QStringLiteral("k"));
+    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList{a, QStringLiteral("A")}));
+    insp->removeUnmatchedProperties(k);
     EXPECT_EQ(insp->unmatchedProperties().keys(), (QStringList{QStringLiteral("j")}));
     insp->lastError();
-}
-
-TEST(InspectorErrors, RemoteCallWithoutImplementation)
-{
-    Inspector *insp = Inspector::self();
-    const QVariant result = insp->call(QStringLiteral("f"), FList<QVariant>{QVariant(1)});
-    EXPECT_FALSE(result.isValid());
-    EXPECT_EQ(insp->lastError(),
-              QStringLiteral(
-                  "Cannot make remote calls right now. Make sure your application is running and hooked by Vexil."));
 }
 
 TEST(InspectorErrors, Unescape2)
@@ -402,11 +328,10 @@ TEST(InspectorErrors, Unescape2)
     EXPECT_EQ(unescape2(QStringLiteral("a\\\\b")), QStringLiteral("a\\b"));
     EXPECT_EQ(unescape2(QStringLiteral("\\\\\\\\\\")), QStringLiteral("\\\\\\"));
     EXPECT_EQ(unescape2(QStringLiteral("\\.x")), QStringLiteral("\\.x"));
-    EXPECT_EQ(unescape2(QString()), QString());
 }
 
 // ---------------------------------------------------------------------------------------------------------
-// Events
+// Events and enumerators
 
 TEST(InspectorEvents, SendEventNullChecksAndDelegateOrder)
 {
@@ -414,9 +339,7 @@ TEST(InspectorEvents, SendEventNullChecksAndDelegateOrder)
     PlainClass *cls = new PlainClass("InspTest_EventOwner");
     Event event(cls, QStringLiteral("clicked"), Signature());
     Object::Ptr obj(new Object(dummy, cls, ObjectAttribute()));
-
     insp->sendEvent(&event, obj, ObjectList());     // no delegates yet: nothing happens
-
     {
         VexilTest::StderrCapture capture;
         insp->sendEvent(nullptr, obj, ObjectList());
@@ -438,12 +361,6 @@ TEST(InspectorEvents, SendEventNullChecksAndDelegateOrder)
     insp->sendEvent(&event, obj, ObjectList());
     EXPECT_EQ(log, (std::vector<int>{1, 2}));
     log.clear();
-    {
-        VexilTest::StderrCapture capture;
-        insp->sendEvent(nullptr, obj, ObjectList());
-    }
-    EXPECT_TRUE(log.empty());
-    log.clear();
     event.sendEvent(obj, ObjectList());     // the descriptor goes the same way
     EXPECT_EQ(log, (std::vector<int>{1, 2}));
 }
@@ -453,9 +370,7 @@ TEST(InspectorEvents, RecordEventGoesToTheLatestNotifyDelegate)
     Inspector *insp = Inspector::self();
     EventData data;
     insp->recordEvent(data);     // none installed
-
     RecordingNotify first;
-    EXPECT_EQ(insp->eventNotifyDelegate(), &first);
     insp->recordEvent(data);
     EXPECT_EQ(first.calls, 1);
     EXPECT_EQ(first.last, &data);
@@ -468,13 +383,15 @@ TEST(InspectorEvents, RecordEventGoesToTheLatestNotifyDelegate)
     EXPECT_EQ(insp->eventNotifyDelegate(), nullptr);
 }
 
-// ---------------------------------------------------------------------------------------------------------
-// Enumerators by name
-
 TEST(InspectorEnumerators, QualifiedAndGlobalNames)
 {
+    struct EnumClass : public PlainClass
+    {
+        EnumClass() : PlainClass("InspTest_Enums") { setNumEnums(1); }
+        Enum *createEnum(int) const override { return new Enum(this, QStringLiteral("Color")); }
+    };
     Inspector *insp = Inspector::self();
-    EnumClass *cls = new EnumClass("InspTest_Enums", QStringLiteral("Color"));
+    EnumClass *cls = new EnumClass;
     EXPECT_EQ(insp->enumerator(QStringLiteral("InspTest_Enums::Color")), cls->enumerator(0));
     EXPECT_EQ(insp->enumerator(QStringLiteral("InspTest_Enums::Shape")), nullptr);
     EXPECT_EQ(insp->enumerator(QStringLiteral("NoClass::Color")), nullptr);
@@ -501,7 +418,7 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
     // Registered in an order different from the list order.
     TopLevel *tk = new TopLevel(QStringLiteral("Vexil::ToplevelTk"), cls, {QStringLiteral("tk1")});
     TopLevel *android = new TopLevel(QStringLiteral("Vexil::ToplevelAndroid"), cls, {QStringLiteral("and1")});
-    TopLevel *qt = new TopLevel(QStringLiteral("Vexil::ToplevelQt"), cls, {QStringLiteral("qt1"), QStringLiteral("qt2")});
+    TopLevel *qt = new TopLevel(QStringLiteral("Vexil::ToplevelQt"), cls, {QStringLiteral("q1"), QStringLiteral("q2")});
     TopLevel *gui = new TopLevel(QStringLiteral("QtGUIObject"), cls, {QStringLiteral("gui1")});
     new TopLevel(QStringLiteral("Vexil::ToplevelOther"), cls, {QStringLiteral("other")});
 
@@ -512,15 +429,12 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
 
     EXPECT_EQ(insp->numObjects(), 5);
     ASSERT_NE(insp->topLevelHierarchyDelegates(), nullptr);
-    const std::vector<ObjectHierarchyDelegate *> expected{qt, tk, gui, android};
-    EXPECT_EQ(*insp->topLevelHierarchyDelegates(), expected);
-
-    EXPECT_EQ(insp->object(0), qt->m_objects[0]);
+    EXPECT_EQ(*insp->topLevelHierarchyDelegates(), (std::vector<ObjectHierarchyDelegate *>{qt, tk, gui, android}));
     EXPECT_EQ(insp->object(1), qt->m_objects[1]);
     EXPECT_EQ(insp->object(2), tk->m_objects[0]);
     EXPECT_EQ(insp->object(4), android->m_objects[0]);
     EXPECT_EQ(insp->object(5), nullptr);
-
+    EXPECT_EQ(insp->object(-1), nullptr);
     const ObjectList all = insp->objects();
     ASSERT_EQ(all.size(), 5u);
     EXPECT_EQ(all[3], gui->m_objects[0]);
@@ -530,7 +444,6 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
     EXPECT_EQ(which, gui);
     EXPECT_EQ(insp->object(QStringLiteral("none"), &which), nullptr);
     EXPECT_EQ(which, nullptr);
-    EXPECT_EQ(insp->object(QStringLiteral("tk1")), tk->m_objects[0]);
     EXPECT_EQ(insp->object(QStringLiteral("early")), nullptr);
 
     // Once the list exists, additions count; later registrations with the factory do not.
@@ -538,13 +451,12 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
     EXPECT_EQ(insp->numObjects(), 5);
     insp->addTopLevelHierarchyDelegate(early);
     EXPECT_EQ(insp->numObjects(), 6);
-    EXPECT_EQ(insp->object(5), early->m_objects[0]);
     EXPECT_EQ(insp->object(QStringLiteral("early")), early->m_objects[0]);
 }
 
 // ---------------------------------------------------------------------------------------------------------
-// Forwarding to an installed implementation. These tests run on an Inspector of their own, as installing an
-// implementation empties the local tables.
+// Lifecycle and forwarding to an installed implementation. These run on an Inspector of their own, as
+// installing an implementation empties the local tables.
 
 namespace {
 
@@ -553,32 +465,39 @@ class FakeInterface : public InspectorInterface
 public:
     mutable QStringList calls;
     const Class *typeAnswer = nullptr;
-    Object::Ptr objectAnswer;
-    QString errorText = QStringLiteral("remote error");
+    Object::Ptr answer;
 
-    int numObjects() const override { return log("numObjects"), 3; }
-    Object::Ptr object(int) const override { return log("object(int)"), objectAnswer; }
-    Object::Ptr object(const QString &n) const override { return log("object(" + n + ")"), objectAnswer; }
-    ObjectList objects() const override { return log("objects"), ObjectList{objectAnswer}; }
-    Object::Ptr findObject(const QString &n) override { return log("findObject(" + n + ")"), objectAnswer; }
-    int numClasses() const override { return log("numClasses"), 99; }
-    const Class *type(int i) const override { return log(QStringLiteral("type(%1)").arg(i)), typeAnswer; }
-    const Class *type(const QString &n) const override { return log("type(" + n + ")"), typeAnswer; }
-    int registerClass(const Class *) const override { return log("registerClass"), 1234; }
-    int numNamespaces() const override { return log("numNamespaces"), 7; }
-    Namespace *nameSpace(int) const override { return log("nameSpace(int)"), nullptr; }
-    Namespace *nameSpace(const QString &) const override { return log("nameSpace(name)"), nullptr; }
-    Namespace *nameSpaceFromFullyQualifiedName(const QString &) const override { return log("nsfqn"), nullptr; }
-    int registerNamespace(Namespace *) const override { return log("registerNamespace"), 55; }
-    Object::Ptr createPrimitive(int) override { return log("prim(int)"), objectAnswer; }
-    Object::Ptr createPrimitive(long long) override { return log("prim(int64)"), objectAnswer; }
-    Object::Ptr createPrimitive(long) override { return log("prim(long)"), objectAnswer; }
-    Object::Ptr createPrimitive(bool) override { return log("prim(bool)"), objectAnswer; }
-    Object::Ptr createPrimitive(double) override { return log("prim(double)"), objectAnswer; }
-    Object::Ptr createPrimitive(const char *) override { return log("prim(text)"), objectAnswer; }
-    Object::Ptr createPrimitive(const QStringList &) override { return log("prim(list)"), objectAnswer; }
-    Object::Ptr createNull(const Class *) const override { return log("createNull"), objectAnswer; }
-    Object::Ptr voidObject() const override { return log("voidObject"), objectAnswer; }
+    template <class T>
+    T log(const QString &s, T result) const
+    {
+        calls.append(s);
+        return result;
+    }
+    void log(const QString &s) const { calls.append(s); }
+
+    int numObjects() const override { return log("numObjects", 3); }
+    Object::Ptr object(int) const override { return log("object(int)", answer); }
+    Object::Ptr object(const QString &n) const override { return log("object(" + n + ")", answer); }
+    ObjectList objects() const override { return log("objects", ObjectList{answer}); }
+    Object::Ptr findObject(const QString &n) override { return log("findObject(" + n + ")", answer); }
+    int numClasses() const override { return log("numClasses", 99); }
+    const Class *type(int i) const override { return log(QStringLiteral("type(%1)").arg(i), typeAnswer); }
+    const Class *type(const QString &n) const override { return log("type(" + n + ")", typeAnswer); }
+    int registerClass(const Class *) const override { return log("registerClass", 1234); }
+    int numNamespaces() const override { return log("numNamespaces", 7); }
+    Namespace *nameSpace(int) const override { return log<Namespace *>("nameSpace(int)", nullptr); }
+    Namespace *nameSpace(const QString &) const override { return log<Namespace *>("nameSpace(name)", nullptr); }
+    Namespace *nameSpaceFromFullyQualifiedName(const QString &) const override { return nullptr; }
+    int registerNamespace(Namespace *) const override { return log("registerNamespace", 55); }
+    Object::Ptr createPrimitive(int) override { return log("prim(int)", answer); }
+    Object::Ptr createPrimitive(long long) override { return log("prim(int64)", answer); }
+    Object::Ptr createPrimitive(long) override { return log("prim(long)", answer); }
+    Object::Ptr createPrimitive(bool) override { return log("prim(bool)", answer); }
+    Object::Ptr createPrimitive(double) override { return log("prim(double)", answer); }
+    Object::Ptr createPrimitive(const char *) override { return log("prim(text)", answer); }
+    Object::Ptr createPrimitive(const QStringList &) override { return log("prim(list)", answer); }
+    Object::Ptr createNull(const Class *) const override { return log("createNull", answer); }
+    Object::Ptr voidObject() const override { return log("voidObject", answer); }
     void sendEvent(const Event *, Object::Ptr, const ObjectList &) const override { log("sendEvent"); }
     void addPropertyDelegate(const QString &, const QStringList &) override { log("addPropertyDelegate"); }
     void setUniqueProperty(const QString &, const QString &) override { log("setUniqueProperty"); }
@@ -586,47 +505,24 @@ public:
     void setMouseTracking(const QString &, bool) override { log("setMouseTracking"); }
     void setRecordMouseDrag(const QString &, bool) override { log("setRecordMouseDrag"); }
     void setAllowKeyEventCompression(const QString &, bool) override { log("setAllowKeyEventCompression"); }
-    void enableEventCompression(const QString &k, bool on) override
-    {
-        log("enableEventCompression(" + k + (on ? ",1)" : ",0)"));
-    }
+    void enableEventCompression(const QString &k, bool) override { log("enableEventCompression(" + k + ")"); }
     void setRecorderFilter(const QString &, const QString &) override { log("setRecorderFilter"); }
     void setError(const QString &t) override { log("setError(" + t + ")"); }
-    QString lastError() const override { return log("lastError"), errorText; }
-    bool installObjectEventHandler(Object::Ptr, const QString &, const QString &) override
+    QString lastError() const override { return log("lastError", QStringLiteral("remote error")); }
+    bool installObjectEventHandler(Object::Ptr, const QString &, const QString &) override { return false; }
+    bool uninstallObjectEventHandler(Object::Ptr, const QString &, const QString &) override { return false; }
+    bool installClassEventHandler(const QString &, const QString &, const QString &) override { return false; }
+    bool uninstallClassEventHandler(const QString &, const QString &, const QString &) override { return false; }
+    bool installGlobalEventHandler(const QString &, const QString &) override { return log("installGlobal", true); }
+    bool uninstallGlobalEventHandler(const QString &, const QString &) override { return false; }
+    QVariant call(const QString &n, const FList<QVariant> &a) override
     {
-        return log("installObject"), true;
-    }
-    bool uninstallObjectEventHandler(Object::Ptr, const QString &, const QString &) override
-    {
-        return log("uninstallObject"), true;
-    }
-    bool installClassEventHandler(const QString &, const QString &, const QString &) override
-    {
-        return log("installClass"), true;
-    }
-    bool uninstallClassEventHandler(const QString &, const QString &, const QString &) override
-    {
-        return log("uninstallClass"), true;
-    }
-    bool installGlobalEventHandler(const QString &, const QString &) override { return log("installGlobal"), true; }
-    bool uninstallGlobalEventHandler(const QString &, const QString &) override
-    {
-        return log("uninstallGlobal"), true;
-    }
-    QVariant call(const QString &n, const FList<QVariant> &args) override
-    {
-        log("call(" + n + ")");
-        return QVariant(args.size());
+        return log("call(" + n + ")", QVariant(a.size()));
     }
     QMap<QString, QStringList> unmatchedProperties() const override
     {
-        log("unmatchedProperties");
-        return QMap<QString, QStringList>{{QStringLiteral("remote"), QStringList{QStringLiteral("x")}}};
+        return log("unmatchedProperties", QMap<QString, QStringList>{{QStringLiteral("remote"), QStringList()}});
     }
-
-private:
-    void log(const QString &s) const { calls.append(s); }
 };
 
 // Runs \p body on a fresh Inspector and puts the process-wide one back afterwards.
@@ -642,38 +538,26 @@ void withOwnInspector(Body body)
     Inspector::insp = saved;
 }
 
-class CountedClass : public Class
+struct CountedClass : public Class
 {
-public:
     static int instances;
-    CountedClass(const char *name, Namespace *ns)
-        : Class(name, ns, true)
-    {
-        ++instances;
-    }
+    CountedClass(const char *name, Namespace *ns) : Class(name, ns, true) { ++instances; }
     ~CountedClass() override { --instances; }
 };
 int CountedClass::instances = 0;
 
-class CountedNamespace : public Namespace
+struct CountedNamespace : public Namespace
 {
-public:
     static int instances;
-    CountedNamespace(Namespace *parent, const QString &name)
-        : Namespace(parent, name)
-    {
-        ++instances;
-    }
+    CountedNamespace(Namespace *parent, const QString &name) : Namespace(parent, name) { ++instances; }
     ~CountedNamespace() override { --instances; }
 };
 int CountedNamespace::instances = 0;
 
 } // namespace
 
-TEST(InspectorLifecycle, DestructorDeletesClassesAndNamespaces)
+TEST(InspectorLifecycle, DestructorDeletesClassesAndNamespacesSendersLeave)
 {
-    CountedClass::instances = 0;
-    CountedNamespace::instances = 0;
     withOwnInspector([](Inspector *own) {
         EXPECT_EQ(own->numClasses(), 16);
         Namespace *ns = new CountedNamespace(own->globalNamespace(), QStringLiteral("Counted"));
@@ -681,26 +565,19 @@ TEST(InspectorLifecycle, DestructorDeletesClassesAndNamespaces)
         new CountedClass("InspTest_Counted2", ns);
         EXPECT_EQ(CountedClass::instances, 2);
         EXPECT_EQ(CountedNamespace::instances, 1);
+
+        std::vector<int> log;
+        Event event(own->type(Inspector::Int), QStringLiteral("e"), Signature());
+        Object::Ptr obj = own->createPrimitive(1);
+        {
+            RecordingSender sender(&log, 1, true);
+            own->sendEvent(&event, obj, ObjectList());
+        }
+        own->sendEvent(&event, obj, ObjectList());
+        EXPECT_EQ(log, std::vector<int>{1});     // a destroyed sender left the list
     });
     EXPECT_EQ(CountedClass::instances, 0);
     EXPECT_EQ(CountedNamespace::instances, 0);
-}
-
-TEST(InspectorLifecycle, DestroyedSenderLeavesTheList)
-{
-    withOwnInspector([](Inspector *insp) {
-        std::vector<int> log;
-        Event event(insp->type(Inspector::Int), QStringLiteral("e"), Signature());
-        Object::Ptr obj = insp->createPrimitive(1);
-        {
-            RecordingSender sender(&log, 1, true);
-            insp->sendEvent(&event, obj, ObjectList());
-            EXPECT_EQ(log, std::vector<int>{1});
-        }
-        log.clear();
-        insp->sendEvent(&event, obj, ObjectList());
-        EXPECT_TRUE(log.empty());
-    });
 }
 
 TEST(InspectorForwarding, CallsGoToTheImplementation)
@@ -709,7 +586,6 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
         const Class *localInt = insp->type(Inspector::Int);
         FakeInterface fake;
         insp->setInspectorInterfaceImpl(&fake);
-        EXPECT_EQ(insp->inspectorInterfaceImpl(), &fake);
         EXPECT_EQ(insp->numClasses(), 99);
         EXPECT_EQ(insp->numNamespaces(), 7);
         EXPECT_EQ(insp->numObjects(), 3);
@@ -718,42 +594,35 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
         EXPECT_EQ(insp->globalClass(), localInt);     // through the virtual type(int)
         EXPECT_EQ(insp->globalNamespace(), nullptr);
         EXPECT_EQ(insp->registerClass(localInt), 1234);
-        fake.objectAnswer = Object::Ptr(new Object(dummy, localInt, ObjectAttribute()));
-        EXPECT_EQ(insp->createPrimitive(1), fake.objectAnswer);
-        EXPECT_EQ(insp->createPrimitive("t"), fake.objectAnswer);
-        EXPECT_EQ(insp->voidObject(), fake.objectAnswer);
-        EXPECT_EQ(insp->findObject(QStringLiteral("name")), fake.objectAnswer);
-        EXPECT_EQ(insp->object(QStringLiteral("n"), nullptr), fake.objectAnswer);
+        fake.answer = Object::Ptr(new Object(dummy, localInt, ObjectAttribute()));
+        EXPECT_EQ(insp->createPrimitive(1), fake.answer);
+        EXPECT_EQ(insp->createPrimitive("t"), fake.answer);
+        EXPECT_EQ(insp->voidObject(), fake.answer);
+        EXPECT_EQ(insp->findObject(QStringLiteral("name")), fake.answer);
+        EXPECT_EQ(insp->object(QStringLiteral("n"), nullptr), fake.answer);
         EXPECT_EQ(insp->call(QStringLiteral("f"), FList<QVariant>{QVariant(1), QVariant(2)}), QVariant(2));
         EXPECT_EQ(insp->unmatchedProperties().keys(), QStringList{QStringLiteral("remote")});
         EXPECT_TRUE(insp->installGlobalEventHandler(QStringLiteral("e"), QStringLiteral("h")));
-        EXPECT_EQ(fake.calls,
-                  (QStringList{QStringLiteral("numClasses"), QStringLiteral("numNamespaces"),
-                               QStringLiteral("numObjects"), QStringLiteral("type(x)"), QStringLiteral("type(9)"),
-                               QStringLiteral("nameSpace(int)"), QStringLiteral("registerClass"),
-                               QStringLiteral("prim(int)"), QStringLiteral("prim(text)"),
-                               QStringLiteral("voidObject"), QStringLiteral("findObject(name)"),
-                               QStringLiteral("object(n)"), QStringLiteral("call(f)"),
-                               QStringLiteral("unmatchedProperties"), QStringLiteral("installGlobal")}));
-        fake.calls.clear();
-
         // Event compression reaches only an implementation; the setters forward instead of storing.
         insp->enableEventCompression(QStringLiteral("k"), true);
         insp->setMouseTracking(QStringLiteral("m"), true);
-        EXPECT_EQ(fake.calls,
-                  (QStringList{QStringLiteral("enableEventCompression(k,1)"), QStringLiteral("setMouseTracking")}));
         EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("m")));
+        EXPECT_EQ(fake.calls, (QStringList{"numClasses", "numNamespaces", "numObjects", "type(x)", "type(9)",
+                                           "nameSpace(int)", "registerClass", "prim(int)", "prim(text)",
+                                           "voidObject", "findObject(name)", "object(n)", "call(f)",
+                                           "unmatchedProperties", "installGlobal", "enableEventCompression(k)",
+                                           "setMouseTracking"}));
         fake.calls.clear();
 
         // sendEvent checks for null locally before forwarding.
         {
             VexilTest::StderrCapture capture;
-            insp->sendEvent(nullptr, fake.objectAnswer, ObjectList());
+            insp->sendEvent(nullptr, fake.answer, ObjectList());
             EXPECT_NE(capture.text().find("Inspector::sendEvent failed"), std::string::npos);
         }
         EXPECT_TRUE(fake.calls.isEmpty());
         Event event(localInt, QStringLiteral("e"), Signature());
-        insp->sendEvent(&event, fake.objectAnswer, ObjectList());
+        insp->sendEvent(&event, fake.answer, ObjectList());
         EXPECT_EQ(fake.calls, QStringList{QStringLiteral("sendEvent")});
         fake.calls.clear();
 
@@ -774,12 +643,11 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
 
         insp->setError(QStringLiteral("both"));
         insp->setInspectorInterfaceImpl(nullptr);
-        // Uninstalled: the local tables were emptied, the local error text was kept.
+        // Uninstalled: the local tables were emptied, the name hash and the local error text were kept.
         EXPECT_EQ(insp->numClasses(), 0);
         EXPECT_EQ(insp->numNamespaces(), 0);
         EXPECT_EQ(insp->type(Inspector::Int), nullptr);
-        EXPECT_EQ(insp->type(QStringLiteral("int")), localInt);     // the name hash stays
+        EXPECT_EQ(insp->type(QStringLiteral("int")), localInt);
         EXPECT_EQ(insp->lastError(), QStringLiteral("both"));
-        EXPECT_FALSE(insp->call(QStringLiteral("f"), FList<QVariant>()).isValid());
     });
 }

@@ -350,14 +350,19 @@ int Class::numConstructors() const
     return positive(d->declaredConstructors);
 }
 
+void Class::setupPropertyDelegate() const
+{
+    if (d->propertyDelegateLooked)
+        return;
+    d->propertyDelegateLooked = true;
+    d->propertyDelegate = static_cast<const StaticPropertyDelegate *>(
+        DelegateFactory::self()->delegate(QString::fromLatin1(d->name), Delegate::StaticProperty));
+}
+
 int Class::numProperties() const
 {
     if (d->numDelegateProperties < 0) {
-        // The property delegate is the one registered for exactly this class: an ancestor's is counted
-        // through the ancestor's own numProperties().
-        d->propertyDelegateLooked = true;
-        d->propertyDelegate = static_cast<const StaticPropertyDelegate *>(
-            DelegateFactory::self()->delegate(QString::fromLatin1(d->name), Delegate::StaticProperty));
+        setupPropertyDelegate();
         d->numDelegateProperties = d->propertyDelegate ? positive(d->propertyDelegate->numProperties()) : 0;
     }
     return positive(d->declaredProperties) + superClassOffset(PropertyOffset) + d->numDelegateProperties;
@@ -642,11 +647,15 @@ QString Namespace::fullyQualifiedName() const
 
 void Namespace::registerClass(const Class *c)
 {
+    if (!c)
+        return;
     m_classes.insert(QString::fromLatin1(c->name()), c);
 }
 
 void Namespace::registerNamespace(Namespace *ns)
 {
+    if (!ns)
+        return;
     m_namespaces.insert(ns->name(), ns);
     m_children.push_back(ns);
 }

@@ -48,6 +48,9 @@ public:
                      const Property *property) const override;
     /// Unknown indexes print "Unknown DateTime constructor called:<index>" and give null.
     Object::Ptr construct(int index, void **args) const override;
+    /// Refuses arguments that are not of the constructor's parameter classes before the raw slot reads
+    /// through their data pointers.
+    Object::Ptr construct(int index, const ObjectList &args, const Constructor *constructor) const override;
     void deleteObjectData(void *data, const ObjectAttribute &attr) const override;
     /// Only to a text in pointer form, and only from a DateTime that is not in pointer form.
     bool canConvertTo(const Class *target, bool sourceIsPointer, bool targetIsPointer,

@@ -372,7 +372,8 @@ GenericStaticPropertyDelegate::GenericStaticPropertyDelegate(const QString &clas
         const QStringList f = decl.split(QLatin1Char(','), Qt::SkipEmptyParts);
         // Six fields: type, name, getter, setter, static flag, stored flag. Fewer is a broken declaration.
         if (f.size() < 6)
-            qFatal("GenericStaticPropertyDelegate: declaration '%s' has %d fields, 6 expected",
+            qFatal("GenericStaticPropertyDelegate: index out of range: declaration '%s' has %d fields, "
+                   "6 expected",
                    decl.toLocal8Bit().constData(), int(f.size()));
         unsigned int flags = PropertyDeclaration::Readable;
         if (!f.at(3).isEmpty())
@@ -400,7 +401,7 @@ int GenericStaticPropertyDelegate::numProperties() const
 
 const PropertyDeclaration *GenericStaticPropertyDelegate::propertyDeclaration(int index) const
 {
-    return m_declarations[size_t(index)];
+    return index >= 0 && size_t(index) < m_declarations.size() ? m_declarations[size_t(index)] : nullptr;
 }
 
 // ---------------------------------------------------------------------------------------------------------

@@ -216,7 +216,7 @@ public:
     virtual int compare(Object::Ptr a, Object::Ptr b) const = 0;
 };
 
-/// Casting between classes of one toolkit, asked by Class::canCastTo/castTo.
+/// Casting between classes of one toolkit, for class overrides of canCastTo/castTo to ask.
 class VEXIL_EXPORT CastDelegate : public Delegate
 {
 public:

@@ -188,6 +188,8 @@ void GlobalClass::addMethod(const GlobalMethod *method)
     if (!method)
         return;
     m_methods.push_back(method);
+    // A method made before others were added took a place that is no longer free: it gets the one it joins.
+    const_cast<GlobalMethod *>(method)->setIndex(superClassOffset(MethodOffset) + int(m_methods.size()) - 1);
     if (m_methodsCreated)
         lateAddMethod(const_cast<GlobalMethod *>(method));
     else

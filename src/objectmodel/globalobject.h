@@ -20,8 +20,8 @@ public:
 };
 
 /// A method of the global class whose body is a plain function or an invoker object. Its owner is the
-/// Inspector's global class; its index is the number of global methods when it is made, which is the place
-/// GlobalClass::addMethod gives it when it is added right away.
+/// Inspector's global class; its index is the number of global methods when it is made, until
+/// GlobalClass::addMethod gives it the place it joins.
 class VEXIL_EXPORT GlobalMethod : public Method
 {
 public:

@@ -153,7 +153,7 @@ Object::Ptr Inspector::object(int index) const
     if (m_impl)
         return m_impl->object(index);
     setupPropertyDelegate();
-    if (!m_topLevel)
+    if (!m_topLevel || index < 0)
         return Object::Ptr();
     for (const ObjectHierarchyDelegate *d : *m_topLevel) {
         const int n = d->numChildren(Object::Ptr());
@@ -240,6 +240,8 @@ int Inspector::registerClass(const Class *cls) const
 {
     if (m_impl)
         return m_impl->registerClass(cls);
+    if (!cls)
+        return -1;
     appendGrowing(m_classes, cls);
     m_ownedClasses.push_back(cls);
     m_classByName.insert(QString::fromLatin1(cls->name()), cls);
@@ -291,6 +293,8 @@ int Inspector::registerNamespace(Namespace *ns) const
 {
     if (m_impl)
         return m_impl->registerNamespace(ns);
+    if (!ns)
+        return -1;
     appendGrowing(m_namespaces, ns);
     m_ownedNamespaces.push_back(ns);
     m_namespaceByName.insert(ns->name(), ns);

@@ -366,6 +366,12 @@ Signature::Signature(const Argument &a1, const Argument &a2, const Argument &a3,
     m_args << a1 << a2 << a3 << a4 << a5 << a6 << a7 << a8;
 }
 
+const Argument &Signature::at(int i) const
+{
+    static const Argument none;
+    return i >= 0 && i < m_args.size() ? m_args.at(i) : none;
+}
+
 QString Signature::toString() const
 {
     QString out = QStringLiteral("(");
@@ -725,6 +731,12 @@ const Class *Property::type() const
     return m_declaration ? m_declaration->type() : nullptr;
 }
 
+const Class *Property::propertyClass() const
+{
+    const Class *owner = m_declaration ? m_declaration->ownerClass() : nullptr;
+    return owner ? owner : m_class;
+}
+
 const Enum *Property::enumeration() const
 {
     return m_declaration ? m_declaration->value().enumeration() : nullptr;
@@ -988,11 +1000,10 @@ bool verifyMethodArgumentCount(const QString &className, const Method *method, c
     const int expected = method->signature().count();
     if (size_t(expected) == args.size())
         return true;
+    // One arg() call, so that a "%" in the class name is not taken for a place holder.
     const QString text = QStringLiteral("Class::invoke %1::%2: %3 arguments expected, %4 given")
-                             .arg(className)
-                             .arg(method->index())
-                             .arg(expected)
-                             .arg(qulonglong(args.size()));
+                             .arg(className, QString::number(method->index()), QString::number(expected),
+                                  QString::number(qulonglong(args.size())));
     std::fprintf(stderr, "%s\n", text.toUtf8().constData());
     Inspector::self()->setError(text);
     return false;
@@ -1008,9 +1019,7 @@ bool verifyPropertyAccess(Object::Ptr object, const Property *property)
             QStringLiteral("Cannot access non-static property %1 without object reference").arg(name));
         return false;
     }
-    // A static property is reached through a null object of its class as well, so only a non-static one
-    // needs the object to hold data.
-    if (object && !property->isStatic() && object->isNull()) {
+    if (object && object->isNull()) {
         Inspector::self()->setError(
             QStringLiteral("Cannot access property %1 on null object reference").arg(name));
         return false;
@@ -1242,9 +1251,14 @@ Object::Ptr Class::convertTo(Object::Ptr object, const Class *target, bool targe
 {
     if (!object || !target)
         return Object::Ptr();
-    if (object->isA(target))
-        return object;
     const bool sourceIsPointer = (object->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
+    // An object of the target class is taken as it is, unless its class has a rule for changing its form
+    // (a single character asked for as a text becomes its number's digits).
+    if (object->isA(target)) {
+        if (sourceIsPointer != targetIsPointer && canConvertToInternal(target, sourceIsPointer, targetIsPointer))
+            return convertToInternal(object, target, targetIsPointer);
+        return object;
+    }
     if (canConvertToInternal(target, sourceIsPointer, targetIsPointer))
         return convertToInternal(object, target, targetIsPointer);
     if (targetBuildsItself(this, target)

@@ -390,7 +390,8 @@ public:
 
     void append(const Argument &arg) { m_args.append(arg); }
     int count() const { return m_args.size(); }
-    const Argument &at(int i) const { return m_args.at(i); }
+    /// The parameter at \p i; an argument without type or name when \p i is out of range.
+    const Argument &at(int i) const;
     /// "(" parameters ")" as scripts and diagnostics show them.
     QString toString() const;
 
@@ -533,7 +534,10 @@ public:
     const QString &name() const;
     const Class *type() const;
     const Enum *enumeration() const;
-    const Class *propertyClass() const { return m_class; }
+    /// The declaration's owning class (the bound class when there is no declaration).
+    const Class *propertyClass() const;
+    /// The class the property is bound to under index().
+    const Class *boundClass() const { return m_class; }
     int index() const { return m_index; }
     unsigned int flags() const;
     bool isReadable() const;
@@ -565,8 +569,9 @@ public:
     const QString &name() const { return m_name; }
     const Class *ownerClass() const { return m_owner; }
     int count() const { return m_items.size(); }
-    QString key(int i) const { return m_items.at(i).first; }
-    int value(int i) const { return m_items.at(i).second; }
+    /// By position; an empty key and -1 out of range.
+    QString key(int i) const { return i >= 0 && i < m_items.size() ? m_items.at(i).first : QString(); }
+    int value(int i) const { return i >= 0 && i < m_items.size() ? m_items.at(i).second : -1; }
     int value(const QString &key, bool *ok = nullptr) const;
     /// The key of exactly \p v; an empty text and a message on stderr when none has that value.
     QString valueToKey(int v, bool *ok = nullptr) const;
@@ -703,9 +708,14 @@ public:
 
     int numMethods() const;
     int numConstructors() const;
+    /// Own, inherited and static-property-delegate properties; the delegate's count is asked once.
     int numProperties() const;
     int numEvents() const;
     int numEnums() const;
+
+    /// Looks up the static-property delegate registered for this very class, once. An ancestor's delegate
+    /// is not taken: its properties already count through the ancestor's numProperties().
+    void setupPropertyDelegate() const;
 
     const Method *method(int index) const;
     const Constructor *constructor(int index) const;

@@ -20,8 +20,10 @@ namespace Vexil {
 class VEXIL_EXPORT PropertyValue
 {
 public:
-    enum Modifiers { Equals = 0, RegularExpression = 1, Wildcard = 2 };
-    enum Type { PlainText = 0, NestedName = 1 };
+    // Fixed 32-bit types: values outside the named ones are valid (an unknown operator prints as nothing
+    // and matches nothing) rather than undefined.
+    enum Modifiers : qint32 { Equals = 0, RegularExpression = 1, Wildcard = 2 };
+    enum Type : qint32 { PlainText = 0, NestedName = 1 };
 
     /// Empty text, Equals, PlainText: what ObjectName::property() gives for a missing key.
     PropertyValue();

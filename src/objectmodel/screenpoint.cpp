@@ -86,6 +86,21 @@ bool ScreenPointClass::setProperty(int index, Object::Ptr object, Object::Ptr va
     return Class::setProperty(index, object, value, property);
 }
 
+Object::Ptr ScreenPointClass::construct(int index, const ObjectList &args, const Constructor *constructor) const
+{
+    // The raw slot reads an int or a whole point through each pointer: a foreign object must not reach it.
+    if (const Constructor *c = this->constructor(index)) {
+        // Only the constructor's own road reports a wrong count.
+        if (size_t(c->signature().count()) != args.size())
+            return constructor ? Class::construct(index, args, constructor) : Object::Ptr();
+        for (size_t i = 0; i < args.size(); ++i) {
+            if (!args[i] || !args[i]->isA(c->signature().at(int(i)).type()))
+                return Object::Ptr();
+        }
+    }
+    return Class::construct(index, args, constructor);
+}
+
 Object::Ptr ScreenPointClass::construct(int index, void **args) const
 {
     auto arg = [args](int i) { return args ? args[i] : nullptr; };

@@ -114,6 +114,21 @@ bool ScreenRectangle_class::setProperty(int index, Object::Ptr object, Object::P
     return Class::setProperty(index, object, value, property);
 }
 
+Object::Ptr ScreenRectangle_class::construct(int index, const ObjectList &args, const Constructor *constructor) const
+{
+    // The raw slot reads an int or a whole rectangle through each pointer: a foreign object must not reach it.
+    if (const Constructor *c = this->constructor(index)) {
+        // Only the constructor's own road reports a wrong count.
+        if (size_t(c->signature().count()) != args.size())
+            return constructor ? Class::construct(index, args, constructor) : Object::Ptr();
+        for (size_t i = 0; i < args.size(); ++i) {
+            if (!args[i] || !args[i]->isA(c->signature().at(int(i)).type()))
+                return Object::Ptr();
+        }
+    }
+    return Class::construct(index, args, constructor);
+}
+
 Object::Ptr ScreenRectangle_class::construct(int index, void **args) const
 {
     switch (index) {

@@ -46,6 +46,9 @@ public:
     bool setProperty(int index, Object::Ptr object, Object::Ptr value,
                      const Property *property) const override;
     Object::Ptr construct(int index, void **args) const override;
+    /// Refuses arguments that are not of the constructor's parameter classes before the raw slot reads
+    /// through their data pointers.
+    Object::Ptr construct(int index, const ObjectList &args, const Constructor *constructor) const override;
     void deleteObjectData(void *data, const ObjectAttribute &attr) const override;
     Constructor *createConstructor(int index) const override;
     Method *createMethod(int index) const override;

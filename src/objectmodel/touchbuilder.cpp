@@ -152,8 +152,6 @@ private:
 
 void writeNumber(std::ostream &os, float v)
 {
-    if (v == 0.0f)
-        v = 0.0f;  // no "-0" in the text
     os << v;
 }
 

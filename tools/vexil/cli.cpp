@@ -13,9 +13,9 @@ namespace VexilTool {
 
 namespace {
 
-const OptionSpec *findSpec(const std::vector<OptionSpec> &specs, const QString &name)
+const OptionDecl *findOption(const std::vector<OptionDecl> &known, const QString &name)
 {
-    for (const OptionSpec &s : specs) {
+    for (const OptionDecl &s : known) {
         if (name == QLatin1String(s.name) || (s.alias && name == QLatin1String(s.alias)))
             return &s;
     }
@@ -34,7 +34,7 @@ void writeLine(std::FILE *stream, const QString &line)
 
 } // namespace
 
-bool Args::parse(const QStringList &argv, const std::vector<OptionSpec> &specs, QString *error)
+bool Args::parse(const QStringList &argv, const std::vector<OptionDecl> &known, QString *error)
 {
     bool optionsEnded = false;
     for (int i = 0; i < argv.size(); ++i) {
@@ -60,13 +60,13 @@ bool Args::parse(const QStringList &argv, const std::vector<OptionSpec> &specs, 
             value = arg.mid(eq + 1);
             inlineValue = true;
         }
-        const OptionSpec *spec = findSpec(specs, name);
-        if (!spec) {
+        const OptionDecl *decl = findOption(known, name);
+        if (!decl) {
             *error = QStringLiteral("unknown option '%1'").arg(name);
             return false;
         }
-        const QString canonical = QLatin1String(spec->name);
-        if (!spec->valueName) {
+        const QString canonical = QLatin1String(decl->name);
+        if (!decl->valueName) {
             if (inlineValue) {
                 *error = QStringLiteral("option '%1' takes no value").arg(canonical);
                 return false;
@@ -77,7 +77,8 @@ bool Args::parse(const QStringList &argv, const std::vector<OptionSpec> &specs, 
         if (!inlineValue) {
             // The next argument is the value whatever it looks like, so "--rotate -90" works.
             if (i + 1 >= argv.size()) {
-                *error = QStringLiteral("option '%1' needs a value (%2)").arg(canonical, QLatin1String(spec->valueName));
+                *error = QStringLiteral("option '%1' needs a value (%2)")
+                             .arg(canonical, QLatin1String(decl->valueName));
                 return false;
             }
             value = argv.at(++i);
@@ -175,20 +176,23 @@ int nameErrorIndex(const QString &message)
         int offset;
     } kPatterns[] = {
         // 1-based column of the offending character.
-        { QRegularExpression(QStringLiteral(": at column (\\d+): expected (\\{|=|\\}|either ' or \\{ or whitespace), "
-                                            "got .\\n?\\z"),
-                             QRegularExpression::DotMatchesEverythingOption),
-          1, -1 },
+        { QRegularExpression(
+              QStringLiteral(": at column (\\d+): expected (\\{|=|\\}|either ' or \\{ or whitespace), "
+                             "got .\\n?\\z"),
+              QRegularExpression::DotMatchesEverythingOption),
+            1, -1 },
         // 0-based positions from here on.
         { QRegularExpression(QStringLiteral("' ended unexpectedly at column (\\d+)\\z")), 1, 0 },
         { QRegularExpression(QStringLiteral(" unexpectedly ends in backslash at column (\\d+)\\z")), 1, 0 },
-        { QRegularExpression(QStringLiteral("Parsing a nested object name starting at column (\\d+) ended at column "
-                                            "\\d+ which is unexpected\\.\\z")),
-          1, 0 },
+        { QRegularExpression(
+              QStringLiteral("Parsing a nested object name starting at column (\\d+) ended at column "
+                             "\\d+ which is unexpected\\.\\z")),
+            1, 0 },
         { QRegularExpression(QStringLiteral(" levels deep at column (\\d+)\\z")), 1, 0 },
         // The parser stopped on the closing brace; the first surplus character follows it.
-        { QRegularExpression(QStringLiteral("\\. Parsed (\\d+) characters, but name still has \\d+ more to parse\\z")),
-          1, 1 },
+        { QRegularExpression(
+              QStringLiteral("\\. Parsed (\\d+) characters, but name still has \\d+ more to parse\\z")),
+            1, 1 },
     };
     for (const auto &p : kPatterns) {
         const QRegularExpressionMatch m = p.rx.match(message);

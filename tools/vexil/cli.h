@@ -19,7 +19,7 @@ enum ExitCode {
 
 /// An option a subcommand accepts: its long name ("--depth"), an optional short alias ("-o"), whether it
 /// takes a value and the name of that value in messages.
-struct OptionSpec
+struct OptionDecl
 {
     const char *name;
     const char *alias;
@@ -32,7 +32,7 @@ class Args
 public:
     /// False with \p error set for an unknown option, a missing option value or a value given to a flag.
     /// "--help" and "-h" anywhere only set help(); "--" ends the options.
-    bool parse(const QStringList &argv, const std::vector<OptionSpec> &specs, QString *error);
+    bool parse(const QStringList &argv, const std::vector<OptionDecl> &known, QString *error);
 
     bool help() const { return m_help; }
     const QStringList &positionals() const { return m_positionals; }

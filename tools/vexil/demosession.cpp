@@ -64,8 +64,9 @@ bool DemoSession::start(bool visible, QString *error)
     if (visible) {
         // Without a display Qt would abort the process with a message about plugins.
         if (!envSet("QT_QPA_PLATFORM") && !envSet("DISPLAY") && !envSet("WAYLAND_DISPLAY")) {
-            *error = QStringLiteral("--visible needs a display, but neither DISPLAY nor WAYLAND_DISPLAY is set "
-                                    "(run without --visible to use the offscreen platform)");
+            *error
+                = QStringLiteral("--visible needs a display, but neither DISPLAY nor WAYLAND_DISPLAY is set "
+                                 "(run without --visible to use the offscreen platform)");
             return false;
         }
     } else {

@@ -10,7 +10,6 @@
 
 QT_BEGIN_NAMESPACE
 class QApplication;
-class QObject;
 QT_END_NAMESPACE
 
 namespace VexilDemo {

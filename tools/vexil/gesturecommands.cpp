@@ -1,4 +1,5 @@
-// gesturecommands.cpp: "vexil gesture info|convert|transform": gesture XML files read, converted and rewritten.
+// gesturecommands.cpp: "vexil gesture info|convert|transform": gesture XML files read, converted and
+// rewritten.
 #include "cli.h"
 #include "commands.h"
 
@@ -219,7 +220,8 @@ int convert(const QStringList &args)
         return usageError(command, QStringLiteral("unknown unit '%1' (expected px, mm or pt)").arg(unit));
     double dpiX = 0, dpiY = 0;
     if (!parseNumberPair(parsed.value(QStringLiteral("--dpi")), &dpiX, &dpiY, true) || dpiX <= 0 || dpiY <= 0)
-        return usageError(command, QStringLiteral("--dpi needs one or two numbers above 0, as in 96 or 96,120"));
+        return usageError(
+            command, QStringLiteral("--dpi needs one or two numbers above 0, as in 96 or 96,120"));
     double deviceScale = 1;
     if (parsed.has(QStringLiteral("--device-scale"))
         && (!parseNumber(parsed.value(QStringLiteral("--device-scale")), &deviceScale) || deviceScale <= 0))
@@ -277,24 +279,28 @@ int transform(const QStringList &args)
         double a = 0, b = 0;
         if (name == QLatin1String("--translate")) {
             if (!parseNumberPair(value, &a, &b, false))
-                return usageError(command, QStringLiteral("--translate needs DX,DY, as in 10,-5; got '%1'").arg(value));
+                return usageError(
+                    command, QStringLiteral("--translate needs DX,DY, as in 10,-5; got '%1'").arg(value));
         } else if (name == QLatin1String("--scale")) {
             if (!parseNumberPair(value, &a, &b, true) || a == 0 || b == 0)
                 return usageError(command,
-                                  QStringLiteral("--scale needs S or SX,SY, numbers other than 0; got '%1'").arg(value));
+                    QStringLiteral("--scale needs S or SX,SY, numbers other than 0; got '%1'").arg(value));
         } else if (name == QLatin1String("--rotate")) {
             if (!parseNumber(value, &a))
-                return usageError(command, QStringLiteral("--rotate needs an angle in degrees; got '%1'").arg(value));
+                return usageError(
+                    command, QStringLiteral("--rotate needs an angle in degrees; got '%1'").arg(value));
         } else if (name == QLatin1String("--accelerate")) {
             if (!parseNumber(value, &a) || a <= 0)
-                return usageError(command, QStringLiteral("--accelerate needs a factor above 0; got '%1'").arg(value));
+                return usageError(
+                    command, QStringLiteral("--accelerate needs a factor above 0; got '%1'").arg(value));
         } else {
             continue;
         }
         operations.push_back({ name, a, b });
     }
     if (operations.empty())
-        return usageError(command, QStringLiteral("no operation (--translate, --scale, --rotate or --accelerate)"));
+        return usageError(
+            command, QStringLiteral("no operation (--translate, --scale, --rotate or --accelerate)"));
 
     Vexil::TouchBuilder builder;
     if (const int rc = loadGestures(command, parsed.positionals().at(0), &builder))
@@ -335,7 +341,7 @@ int gestureCommand(const QStringList &args)
         return ExitOk;
     }
     return usageError(QStringLiteral("gesture"),
-                      QStringLiteral("unknown subcommand '%1' (expected info, convert or transform)").arg(sub));
+        QStringLiteral("unknown subcommand '%1' (expected info, convert or transform)").arg(sub));
 }
 
 } // namespace VexilTool

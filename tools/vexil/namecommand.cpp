@@ -87,9 +87,9 @@ int nameCommand(const QStringList &args)
         return ExitOk;
     }
     if (parsed.positionals().size() != 1)
-        return usageError(QStringLiteral("name"), parsed.positionals().isEmpty()
-                                                      ? QStringLiteral("missing NAME")
-                                                      : QStringLiteral("expected one NAME (quote names with blanks)"));
+        return usageError(QStringLiteral("name"),
+            parsed.positionals().isEmpty() ? QStringLiteral("missing NAME")
+                                           : QStringLiteral("expected one NAME (quote names with blanks)"));
 
     const QString text = parsed.positionals().at(0);
     const Vexil::ObjectName name(text);
@@ -99,7 +99,8 @@ int nameCommand(const QStringList &args)
     }
     if (!name.isMultiProperty()) {
         if (text.startsWith(QLatin1Char(':')))
-            out(QStringLiteral("symbolic name: %1 (resolve it with 'vexil objectmap lookup FILE %1')").arg(text));
+            out(QStringLiteral("symbolic name: %1 (resolve it with 'vexil objectmap lookup FILE %1')")
+                    .arg(text));
         else
             out(QStringLiteral("hierarchical name: %1").arg(text));
         return ExitOk;

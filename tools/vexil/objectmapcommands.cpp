@@ -1,4 +1,5 @@
-// objectmapcommands.cpp: "vexil objectmap check|normalize|lookup": object map files as the library reads them.
+// objectmapcommands.cpp: "vexil objectmap check|normalize|lookup": object map files as the library reads
+// them.
 #include "cli.h"
 #include "commands.h"
 
@@ -177,8 +178,8 @@ QString realNameKey(const Vexil::ObjectName &name)
     QString key = QStringLiteral("M");
     const auto &props = name.properties();
     for (auto it = props.constBegin(); it != props.constEnd(); ++it) {
-        key += it.key() + QChar(0) + QString::number(int(it.value().modifiers())) + QChar(0) + it.value().value()
-            + QChar(0);
+        key += it.key() + QChar(0) + QString::number(int(it.value().modifiers())) + QChar(0)
+            + it.value().value() + QChar(0);
     }
     return key;
 }
@@ -229,7 +230,8 @@ int check(const QStringList &args)
         ++(problem ? problems : warnings);
     };
     for (int line : map.linesWithoutTab)
-        report(line, QStringLiteral(": warning: no tab between symbolic and real name; the line is ignored"), false);
+        report(line, QStringLiteral(": warning: no tab between symbolic and real name; the line is ignored"),
+            false);
 
     QHash<QString, const Entry *> firstBySymbolic;
     QHash<QString, const Entry *> firstByReal;
@@ -240,28 +242,32 @@ int check(const QStringList &args)
             const int index = nameErrorIndex(message);
             const QString rawReal = e.raw.mid(e.tab + 1);
             // Without a place in the name, the column is where the real name starts.
-            const int column =
-                e.tab + 1 + (index >= 0 ? escapedIndex(rawReal, untrimmedIndex(e.real.qualifiedName(), index)) : 0) + 1;
+            const int column = e.tab + 1
+                + (index >= 0 ? escapedIndex(rawReal, untrimmedIndex(e.real.qualifiedName(), index)) : 0) + 1;
             report(e.line,
-                   QLatin1Char(':') + QString::number(column)
-                       + QStringLiteral(": real name of '%1' does not parse: %2").arg(symbolic, cleanMessage(message)),
-                   true);
+                QLatin1Char(':') + QString::number(column)
+                    + QStringLiteral(": real name of '%1' does not parse: %2")
+                          .arg(symbolic, cleanMessage(message)),
+                true);
             if (index >= 0)
-                reports.back().second << QStringLiteral("  ") + e.raw << QStringLiteral("  ") + caretLine(e.raw, column - 1);
+                reports.back().second << QStringLiteral("  ") + e.raw
+                                      << QStringLiteral("  ") + caretLine(e.raw, column - 1);
         }
         if (!e.symbolic.startsWith(QLatin1Char(':'))) {
             report(e.line,
-                   QStringLiteral(": warning: symbolic name '%1' does not begin with ':'; lookups never reach it")
-                       .arg(symbolic),
-                   false);
+                QStringLiteral(
+                    ": warning: symbolic name '%1' does not begin with ':'; lookups never reach it")
+                    .arg(symbolic),
+                false);
         }
 
         const Entry *sameSymbolic = firstBySymbolic.value(e.symbolic);
         if (sameSymbolic) {
             report(e.line,
-                   QStringLiteral(": duplicate symbolic name '%1' (first defined on line %2); the last definition wins")
-                       .arg(symbolic, QString::number(sameSymbolic->line)),
-                   true);
+                QStringLiteral(
+                    ": duplicate symbolic name '%1' (first defined on line %2); the last definition wins")
+                    .arg(symbolic, QString::number(sameSymbolic->line)),
+                true);
         } else {
             firstBySymbolic.insert(e.symbolic, &e);
         }
@@ -286,8 +292,9 @@ int check(const QStringList &args)
             err(line);
     }
 
-    out(path + QStringLiteral(": ") + plural(int(map.entries.size()), "entry", "entries") + QStringLiteral(", ")
-        + plural(problems, "problem", "problems") + QStringLiteral(", ") + plural(warnings, "warning", "warnings"));
+    out(path + QStringLiteral(": ") + plural(int(map.entries.size()), "entry", "entries")
+        + QStringLiteral(", ") + plural(problems, "problem", "problems") + QStringLiteral(", ")
+        + plural(warnings, "warning", "warnings"));
     return problems ? ExitFailures : ExitOk;
 }
 
@@ -306,7 +313,8 @@ int normalize(const QStringList &args)
         return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
                                                                   : QStringLiteral("expected one FILE"));
     const QString path = parsed.positionals().at(0);
-    const QString target = parsed.has(QStringLiteral("--output")) ? parsed.value(QStringLiteral("--output")) : path;
+    const QString target
+        = parsed.has(QStringLiteral("--output")) ? parsed.value(QStringLiteral("--output")) : path;
     if (target.isEmpty())
         return usageError(command, QStringLiteral("empty output file name"));
     MapFile file;
@@ -345,7 +353,8 @@ int normalize(const QStringList &args)
         }
     }
     if (invalid)
-        err(path + QStringLiteral(": note: ") + plural(invalid, "real name that does not parse", "real names that do not parse")
+        err(path + QStringLiteral(": note: ")
+            + plural(invalid, "real name that does not parse", "real names that do not parse")
             + QStringLiteral(" kept as written (see 'vexil objectmap check')"));
 
     if (!writeFileAtomically(target, map.toString().toUtf8(), &error)) {
@@ -371,9 +380,10 @@ int lookup(const QStringList &args)
         return ExitOk;
     }
     if (parsed.positionals().size() != 2)
-        return usageError(command, parsed.positionals().size() < 2
-                                       ? QStringLiteral("expected FILE and NAME")
-                                       : QStringLiteral("expected FILE and one NAME (quote names with blanks)"));
+        return usageError(command,
+            parsed.positionals().size() < 2
+                ? QStringLiteral("expected FILE and NAME")
+                : QStringLiteral("expected FILE and one NAME (quote names with blanks)"));
     const QString path = parsed.positionals().at(0);
     const QString name = parsed.positionals().at(1);
     if (name.isEmpty())
@@ -421,7 +431,8 @@ int objectMapCommand(const QStringList &args)
         return normalize(rest);
     if (sub == QLatin1String("lookup"))
         return lookup(rest);
-    if (sub.isEmpty() || sub == QLatin1String("--help") || sub == QLatin1String("-h") || sub == QLatin1String("help")) {
+    if (sub.isEmpty() || sub == QLatin1String("--help") || sub == QLatin1String("-h")
+        || sub == QLatin1String("help")) {
         if (sub.isEmpty()) {
             err(QString::fromUtf8(kObjectMapHelp));
             return ExitUsage;
@@ -430,7 +441,7 @@ int objectMapCommand(const QStringList &args)
         return ExitOk;
     }
     return usageError(QStringLiteral("objectmap"),
-                      QStringLiteral("unknown subcommand '%1' (expected check, normalize or lookup)").arg(sub));
+        QStringLiteral("unknown subcommand '%1' (expected check, normalize or lookup)").arg(sub));
 }
 
 } // namespace VexilTool

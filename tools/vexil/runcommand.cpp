@@ -11,9 +11,16 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <csignal>
+#include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <unistd.h>
+
+#if defined(__SANITIZE_ADDRESS__)
+extern "C" void __sanitizer_set_report_fd(void *fd);
+#endif
 
 namespace VexilTool {
 
@@ -35,16 +42,20 @@ Starts the demo application in this process on the offscreen platform (on the re
   record start|stop              records events and calls until "record stop", which prints them
   # text                         a comment (only as the first thing on a line)
 
-NAME is a symbolic name from the object map (":Vexil Demo.OK_QPushButton"), a multi-property name
+NAME is a symbolic name from the object map (:mainWindow.okButton_QPushButton), a multi-property name
 ({type='QPushButton' text='OK'}) or a dotted path (mainWindow.centralWidget.form.okButton).
-Arguments and values are passed as text; the object model converts them to the parameter's or the
-property's type (so "42" reaches an int parameter as 42).
+Arguments and values are passed as texts and the object model converts them. When no overload (or the
+property) takes the texts, words that spell a number are passed as an int (int64 or double when they
+need it) and true and false as a bool, and the model converts from there: "moveto W 40 30" works.
+Values print as text: application objects by their symbolic (or real) name, arrays as [a, b],
+rectangles, points and dates by their properties (x=0 y=0 width=480 height=459); "expect" compares
+with that text.
 
 Quoting: words are separated by blanks and tabs. Double quotes make one word of what they enclose,
 blanks included, and may be joined to unquoted text; inside them "" stands for one double quote and
 everything else, backslashes and single quotes too, is taken literally. "" alone is an empty word.
   find "{type='QPushButton' text='OK'}"
-  set ":Vexil Demo.nameEdit_QLineEdit" text "Ada ""the first"" Lovelace"
+  set :mainWindow.nameEdit_QLineEdit text "Ada ""the first"" Lovelace"
 
 Each failed step prints "SCRIPT:LINE: FAIL <command>: <error>" on standard error and the run goes on.
 With --verbose every step that passes prints "SCRIPT:LINE: PASS <command>". The last line is
@@ -57,7 +68,7 @@ Options:
 
 Exit codes: 0 every step passed, 1 a step failed, 2 usage error or a file that cannot be read.)HELP";
 
-// One word of a script line after quoting.
+// Splits a script line into words by the quoting rule of the help text.
 bool tokenize(const QString &line, QStringList *tokens, QString *error)
 {
     QString current;
@@ -103,6 +114,49 @@ bool tokenize(const QString &line, QStringList *tokens, QString *error)
     return true;
 }
 
+// While a step's standard error is captured, a crash would take what was captured with it, and the
+// report of where it happened. These let the crash handler put both on the real standard error.
+int s_realStderr = -1;
+int s_captureFd = -1;
+char s_crashNote[1024] = "";
+
+extern "C" void reportCrash(int sig)
+{
+    if (s_realStderr >= 0) {
+        dup2(s_realStderr, 2);
+        char buffer[4096];
+        ssize_t got;
+        if (lseek(s_captureFd, 0, SEEK_SET) == 0) {
+            while ((got = read(s_captureFd, buffer, sizeof buffer)) > 0) {
+                if (write(2, buffer, size_t(got)) < 0)
+                    break;
+            }
+        }
+    }
+    if (write(2, s_crashNote, strlen(s_crashNote)) < 0) {
+        // Nothing more can be done about it here.
+    }
+    signal(sig, SIG_DFL);
+    raise(sig);
+}
+
+void installCrashReport()
+{
+#if !defined(__SANITIZE_ADDRESS__)
+    // The sanitizers report crashes themselves (see StderrCapture).
+    for (int sig : { SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT })
+        signal(sig, reportCrash);
+#endif
+}
+
+void setCrashNote(const QString &where, const QString &command)
+{
+    const QByteArray note = (QStringLiteral("vexil: ") + where + QStringLiteral("FAIL ") + command
+                             + QStringLiteral(": the application crashed\n"))
+                                .toLocal8Bit();
+    qstrncpy(s_crashNote, note.constData(), sizeof s_crashNote);
+}
+
 // Redirects file descriptor 2 into a temporary file while a step runs: the model reports some failures
 // (an unwritable property, a value that does not convert) as diagnostics rather than as its error text.
 class StderrCapture
@@ -113,8 +167,17 @@ public:
         std::fflush(stderr);
         m_file = std::tmpfile();
         m_saved = m_file ? dup(2) : -1;
-        if (m_saved >= 0)
-            dup2(fileno(m_file), 2);
+        if (m_saved < 0)
+            return;
+        dup2(fileno(m_file), 2);
+        if (s_realStderr < 0) {
+            m_outermost = true;
+            s_realStderr = m_saved;
+            s_captureFd = fileno(m_file);
+#if defined(__SANITIZE_ADDRESS__)
+            __sanitizer_set_report_fd(reinterpret_cast<void *>(intptr_t(m_saved)));
+#endif
+        }
     }
     ~StderrCapture() { finish(); }
 
@@ -129,6 +192,13 @@ public:
         }
         std::fflush(stderr);
         dup2(m_saved, 2);
+        if (m_outermost) {
+            s_realStderr = -1;
+            s_captureFd = -1;
+#if defined(__SANITIZE_ADDRESS__)
+            __sanitizer_set_report_fd(reinterpret_cast<void *>(intptr_t(2)));
+#endif
+        }
         close(m_saved);
         m_saved = -1;
         QByteArray text;
@@ -145,6 +215,7 @@ public:
 private:
     std::FILE *m_file = nullptr;
     int m_saved = -1;
+    bool m_outermost = false;
 };
 
 // The second reading of a script word, for parameters and properties that take no text: a word that spells
@@ -224,7 +295,9 @@ QString overloadHint(const Vexil::MethodList &methods)
         if (m)
             signatures.append(m->toString());
     }
-    return signatures.isEmpty() ? QString() : QStringLiteral(" (takes ") + signatures.join(QStringLiteral(" or ")) + QLatin1Char(')');
+    return signatures.isEmpty()
+        ? QString()
+        : QStringLiteral(" (takes ") + signatures.join(QStringLiteral(" or ")) + QLatin1Char(')');
 }
 
 // Collects what the application and the script record between "record start" and "record stop".
@@ -262,7 +335,7 @@ private:
     bool expect(const QStringList &words);
     bool window(const QStringList &words);
     bool record(const QStringList &words);
-    void printRecording();
+    void printRecording(const QString &where);
     bool usage(const char *form);
     QString modelError(const QString &fallback);
     void print(const QString &text);
@@ -272,7 +345,6 @@ private:
     bool m_verbose;
     int m_line = 0;
     QString m_error;
-    QString m_diagnostics;      // what the model wrote to standard error during the step
     std::unique_ptr<Recording> m_recording;
 };
 
@@ -292,38 +364,40 @@ int ScriptRunner::run(const QString &text)
         m_error.clear();
         QStringList words;
         bool ok = tokenize(line, &words, &m_error);
+        QString diagnostics;    // what the model wrote to standard error during the step
+        const QString where = m_path + QLatin1Char(':') + QString::number(m_line) + QStringLiteral(": ");
         if (ok) {
             Vexil::Inspector::self()->lastError();     // a stale error must not be blamed on this step
+            setCrashNote(where, command);
             StderrCapture capture;
             ok = step(words);
             m_session->settle();
-            m_diagnostics = capture.finish().trimmed();
+            diagnostics = capture.finish().trimmed();
         }
-        const QString where = m_path + QLatin1Char(':') + QString::number(m_line) + QStringLiteral(": ");
         if (ok) {
             ++passed;
-            if (!m_diagnostics.isEmpty())
-                err(m_diagnostics);
+            if (!diagnostics.isEmpty())
+                err(diagnostics);
             if (m_verbose)
                 out(where + QStringLiteral("PASS ") + command);
         } else {
             ++failed;
             // The model's diagnostics explain a failure that left no error text.
-            if (m_error.isEmpty() && !m_diagnostics.isEmpty()) {
-                m_error = m_diagnostics;
-                m_diagnostics.clear();
+            if (m_error.isEmpty() && !diagnostics.isEmpty()) {
+                m_error = diagnostics;
+                diagnostics.clear();
             }
+            m_error = m_error.trimmed();
             if (m_error.isEmpty())
                 m_error = QStringLiteral("failed without an error text");
             err(where + QStringLiteral("FAIL ") + command + QStringLiteral(": ") + m_error);
-            if (!m_diagnostics.isEmpty())
-                err(m_diagnostics);
+            if (!diagnostics.isEmpty())
+                err(diagnostics);
         }
-        m_diagnostics.clear();
     }
     if (m_recording) {
         err(m_path + QStringLiteral(": recording still on at the end of the script; stopped"));
-        printRecording();
+        printRecording(m_path);
     }
     out(QStringLiteral("%1 passed, %2 failed").arg(QString::number(passed), QString::number(failed)));
     return failed ? ExitFailures : ExitOk;
@@ -399,7 +473,8 @@ bool ScriptRunner::readProperty(const QStringList &words, Vexil::Object::Ptr *va
     if (!p)
         return false;
     if (!p->isReadable()) {
-        m_error = QStringLiteral("property '%1' of class %2 is not readable").arg(words.at(2), object->className());
+        m_error = QStringLiteral("property '%1' of class %2 is not readable")
+                      .arg(words.at(2), object->className());
         return false;
     }
     *value = p->get(object);
@@ -490,7 +565,8 @@ bool ScriptRunner::expect(const QStringList &words)
         return false;
     const QString actual = displayValue(value);
     if (actual != words.at(3)) {
-        m_error = QStringLiteral("%1 is %2, expected %3").arg(words.at(2), scriptQuoted(actual), scriptQuoted(words.at(3)));
+        m_error = QStringLiteral("%1 is %2, expected %3")
+                      .arg(words.at(2), scriptQuoted(actual), scriptQuoted(words.at(3)));
         return false;
     }
     return true;
@@ -515,7 +591,9 @@ bool ScriptRunner::window(const QStringList &words)
             }
         }
         m_error = QStringLiteral("no window function '%1' (actions: %2)")
-                      .arg(function, actions.isEmpty() ? QStringLiteral("none registered") : actions.join(QStringLiteral(", ")));
+                      .arg(function,
+                          actions.isEmpty() ? QStringLiteral("none registered")
+                                            : actions.join(QStringLiteral(", ")));
         return false;
     }
     Vexil::ObjectList target;
@@ -528,7 +606,8 @@ bool ScriptRunner::window(const QStringList &words)
     if (m_recording)
         insp->recordEvent(Vexil::EventData(function, words.mid(2), QString()));
     bool found = false;
-    const Vexil::Object::Ptr result = invokeWithWords(methods, Vexil::Object::Ptr(), target, words.mid(3), &found);
+    const Vexil::Object::Ptr result
+        = invokeWithWords(methods, Vexil::Object::Ptr(), target, words.mid(3), &found);
     const QString error = insp->lastError();
     if (!found) {
         m_error = error + overloadHint(methods);
@@ -538,7 +617,8 @@ bool ScriptRunner::window(const QStringList &words)
         m_error = error;
         return false;
     }
-    if (result->objectClass() != insp->type(Vexil::Inspector::Void) || words.at(1) == QLatin1String("focused"))
+    if (result->objectClass() != insp->type(Vexil::Inspector::Void)
+        || words.at(1) == QLatin1String("focused"))
         print(function + QStringLiteral(" returned ") + scriptQuoted(displayValue(result)));
     return true;
 }
@@ -560,17 +640,17 @@ bool ScriptRunner::record(const QStringList &words)
             m_error = QStringLiteral("not recording (no 'record start' before)");
             return false;
         }
-        printRecording();
+        printRecording(m_path + QLatin1Char(':') + QString::number(m_line));
         return true;
     }
     return usage("record start|stop");
 }
 
-void ScriptRunner::printRecording()
+void ScriptRunner::printRecording(const QString &where)
 {
     const std::vector<Vexil::EventData> events = m_recording->events();
     m_recording.reset();
-    print(QStringLiteral("recorded %1 %2").arg(QString::number(events.size()),
+    out(where + QStringLiteral(": recorded %1 %2").arg(QString::number(events.size()),
                                               events.size() == 1 ? QStringLiteral("event")
                                                                  : QStringLiteral("events")));
     for (const Vexil::EventData &e : events)
@@ -620,8 +700,12 @@ int runCommand(const QStringList &args)
         err(QStringLiteral("vexil run: cannot open '%1'").arg(mapPath));
         return ExitUsage;
     }
+    installCrashReport();
     ScriptRunner runner(path, &session, parsed.has(QStringLiteral("--verbose")));
-    return runner.run(QString::fromUtf8(script));
+    QString text = QString::fromUtf8(script);
+    if (text.startsWith(QChar(0xFEFF)))     // a byte order mark some editors write
+        text.remove(0, 1);
+    return runner.run(text);
 }
 
 } // namespace VexilTool

@@ -7,8 +7,6 @@
 #include <objectmap.h>
 #include <qtwrapper.h>
 
-#include <QFileInfo>
-
 namespace VexilTool {
 
 namespace {
@@ -50,8 +48,8 @@ public:
         const QString real = qobject ? Vexil::QtWrapper::realName(qobject) : object->qualifiedName();
         const bool known = m_map->symbolicName(real, false).startsWith(QLatin1Char(':'));
         const QString symbolic = m_map->symbolicName(real, true);
-        out(indent + symbolic + (m_markNew && !known ? QStringLiteral(" (new)") : QString()) + QStringLiteral("  ")
-            + real);
+        out(indent + symbolic + (m_markNew && !known ? QStringLiteral(" (new)") : QString())
+            + QStringLiteral("  ") + real);
         if (m_properties)
             printProperties(object, indent + QStringLiteral("    "));
         if (m_maxDepth >= 0 && depth >= m_maxDepth)
@@ -73,8 +71,9 @@ private:
             if (!p || !p->isReadable() || p->isStatic())
                 continue;
             const Vexil::Object::Ptr value = p->get(object);
-            const QString text = value ? scriptQuoted(displayValue(value))
-                                       : QStringLiteral("(unreadable: %1)").arg(Vexil::Inspector::self()->lastError());
+            const QString text = value
+                ? scriptQuoted(displayValue(value))
+                : QStringLiteral("(unreadable: %1)").arg(Vexil::Inspector::self()->lastError());
             out(indent + QStringLiteral("- ") + p->name() + QStringLiteral(" = ") + text);
         }
     }
@@ -102,7 +101,8 @@ int treeCommand(const QStringList &args)
         return ExitOk;
     }
     if (!parsed.positionals().isEmpty())
-        return usageError(command, QStringLiteral("unexpected argument '%1'").arg(parsed.positionals().at(0)));
+        return usageError(
+            command, QStringLiteral("unexpected argument '%1'").arg(parsed.positionals().at(0)));
     int depth = -1;
     if (parsed.has(QStringLiteral("--depth"))) {
         bool ok = false;
