@@ -3,66 +3,18 @@
 
 #include "inspector.h"
 #include "primitives.h"
-
-#include <array>
-#include <map>
-#include <memory>
+#include "valueclass_p.h"
 
 namespace Vexil {
+
+using namespace ValueClass;
 
 namespace {
 
 const int kNumMethods = 2;
 const int kNumProperties = 1;
 
-// Descriptors are made once per process and shared by every call. They are kept per owning class all the
-// same: a descriptor points at its owner, and an Inspector built anew after the first one is gone must not
-// hand out descriptors of a deleted class.
-template <class T, int N>
-class DescriptorCache
-{
-public:
-    template <class Make>
-    T *get(const Class *owner, int slot, Make make)
-    {
-        std::unique_ptr<T> &p = m_byOwner[owner][size_t(slot)];
-        if (!p)
-            p.reset(make());
-        return p.get();
-    }
-
-private:
-    std::map<const Class *, std::array<std::unique_ptr<T>, N>> m_byOwner;
-};
-
 typedef std::vector<Object::Ptr> Elements;
-
-// The vector of an array object of \p cls; null for a null pointer, a null object or another class's object.
-Elements *elementsOf(const Object::Ptr &object, const Class *cls)
-{
-    if (!object || !object->isA(cls))
-        return nullptr;
-    return static_cast<Elements *>(object->rawData());
-}
-
-// Any array class will do for the static helpers: each of them stores the same vector.
-Elements *localElements(const Object::Ptr &array)
-{
-    if (!array || !dynamic_cast<const ArrayClass *>(array->objectClass()))
-        return nullptr;
-    return static_cast<Elements *>(array->rawData());
-}
-
-Object::Ptr wrapElements(const Class *cls, Elements *elements)
-{
-    Object::Ptr object = cls->wrap(elements, ObjectAttribute(ObjectAttribute::Pointer, 0));
-    if (!object) {
-        delete elements;
-        return object;
-    }
-    object->ownsData = true;
-    return object;
-}
 
 } // namespace
 
@@ -82,19 +34,12 @@ ArrayClass::~ArrayClass()
 
 Constructor *ArrayClass::createConstructor(int index) const
 {
-    if (index != 0)
-        return nullptr;
-    static DescriptorCache<Constructor, 1> cache;
-    return cache.get(this, 0, [this] { return new Constructor(this, Signature(), 0); });
+    return sharedDefaultConstructor(this, index);
 }
 
 Method *ArrayClass::createMethod(int index) const
 {
-    const int local = index - superClassOffset(MethodOffset);
-    if (local < 0 || local >= kNumMethods)
-        return nullptr;
-    static DescriptorCache<Method, kNumMethods> cache;
-    return cache.get(this, local, [this, local, index]() -> Method * {
+    return sharedDescriptor<Method, kNumMethods>(this, MethodOffset, index, [this, index](int local) -> Method * {
         Inspector *insp = Inspector::self();
         const Argument result(insp->type(Inspector::Void));
         if (local == 0) {
@@ -108,11 +53,7 @@ Method *ArrayClass::createMethod(int index) const
 
 Property *ArrayClass::createProperty(int index) const
 {
-    const int local = index - superClassOffset(PropertyOffset);
-    if (local < 0 || local >= kNumProperties)
-        return nullptr;
-    static DescriptorCache<Property, kNumProperties> cache;
-    return cache.get(this, local, [this, index] {
+    return sharedDescriptor<Property, kNumProperties>(this, PropertyOffset, index, [this, index](int) {
         const auto *decl = new PropertyDeclaration(this, Argument(Inspector::self()->type(Inspector::Int64)),
                                                    QStringLiteral("length"), PropertyDeclaration::Readable);
         return new Property(decl, this, index, true);
@@ -123,7 +64,7 @@ Object::Ptr ArrayClass::getProperty(Object::Ptr object, const Property *property
 {
     if (!property || property->index() - superClassOffset(PropertyOffset) != 0)
         return Object::Ptr();
-    const Elements *elements = elementsOf(object, this);
+    const Elements *elements = valueOf<Elements>(object, this);
     if (!elements)
         return Object::Ptr();
     return Inspector::self()->createPrimitive(static_cast<long long>(elements->size()));
@@ -137,15 +78,10 @@ void ArrayClass::deleteObjectData(void *data, const ObjectAttribute &) const
 Object::Ptr ArrayClass::invoke(int index, Object::Ptr object, const ObjectList &args,
                                const Method *method) const
 {
-    const int local = index - superClassOffset(MethodOffset);
-    if (local < 0 || local >= kNumMethods)
+    const int local = checkedMethodCall(this, index, kNumMethods, method, args);
+    if (local < 0)
         return Object::Ptr();
-    if (!method)
-        method = this->method(index);
-    // Overload resolution has matched the signature already; a direct call with a short list must not crash.
-    if (!method || !verifyMethodArgumentCount(QString::fromLatin1(name()), method, args) || !args[0])
-        return Object::Ptr();
-    Elements *elements = elementsOf(object, this);
+    Elements *elements = valueOf<Elements>(object, this);
     if (!elements)
         return Object::Ptr();
 
@@ -172,15 +108,12 @@ Object::Ptr ArrayClass::construct(int index, const ObjectList &, const Construct
 {
     if (index != 0)
         return Object::Ptr();
-    return wrapElements(this, new Elements());
+    return wrapOwned(this, new Elements(), ObjectAttribute::Pointer);
 }
 
 const Class *ArrayClass::registeredClass()
 {
-    // Never create the Inspector from here: this is asked while it is being torn down as well.
-    Inspector *insp = Inspector::insp;
-    Namespace *ns = insp ? insp->globalNamespace() : nullptr;
-    return ns ? ns->getClass(QStringLiteral("Vexil_Array")) : nullptr;
+    return globalClass(QStringLiteral("Vexil_Array"));
 }
 
 Argument ArrayClass::arrayClassArg(const std::string &name)
@@ -193,12 +126,12 @@ Object::Ptr ArrayClass::wrapObject(const std::vector<Object::Ptr> &elements)
     const Class *cls = registeredClass();
     if (!cls)
         return Object::Ptr();
-    return wrapElements(cls, new Elements(elements));
+    return wrapOwned(cls, new Elements(elements), ObjectAttribute::Pointer);
 }
 
 std::vector<Object::Ptr> ArrayClass::unwrapObject(Object::Ptr array)
 {
-    const Elements *elements = localElements(array);
+    const Elements *elements = localValue<ArrayClass, const Elements>(array);
     return elements ? *elements : std::vector<Object::Ptr>();
 }
 
@@ -209,20 +142,11 @@ void *ArrayClass::unwrapInternal(Object::Ptr array)
 
 Object::Ptr ArrayClass::createRemoteObject(const std::vector<Object::Ptr> &elements)
 {
-    const Class *cls = registeredClass();
-    const Constructor *ctor = cls ? cls->constructor(0) : nullptr;
-    if (!ctor)
-        return Object::Ptr();
-    Object::Ptr array = ctor->construct(ObjectList());
-    if (!array || elements.empty())
-        return array;
-    const Class *arrayClass = array->objectClass() ? array->objectClass() : cls;
-    const MethodList push = arrayClass->methods(QStringLiteral("push"));
-    if (push.empty() || !push.front())
-        return array;
-    for (const Object::Ptr &element : elements)
-        push.front()->invoke(array, ObjectList { element });
-    return array;
+    return createRemote(registeredClass(), elements.empty(), QStringLiteral("push"),
+                        [&elements](const Object::Ptr &array, const Method *push) {
+                            for (const Object::Ptr &element : elements)
+                                push->invoke(array, ObjectList { element });
+                        });
 }
 
 std::vector<Object::Ptr> ArrayClass::unwrapRemoteObject(Object::Ptr array)

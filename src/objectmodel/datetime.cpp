@@ -2,6 +2,7 @@
 #include "datetime.h"
 
 #include "inspector.h"
+#include "valueclass_p.h"
 
 #include <cstdio>
 #include <iomanip>
@@ -11,12 +12,13 @@
 
 namespace Vexil {
 
+using namespace ValueClass;
+
 namespace {
 
-const int kNumProperties = 6;
-const char *const kPropertyNames[kNumProperties] = {"year", "month", "day", "hour", "minute", "second"};
-int DateTime::*const kFields[kNumProperties] = {&DateTime::year, &DateTime::month,  &DateTime::day,
-                                                &DateTime::hour, &DateTime::minute, &DateTime::second};
+const IntFields<DateTime, 6> kFields = {
+    {"year", "month", "day", "hour", "minute", "second"},
+    {&DateTime::year, &DateTime::month, &DateTime::day, &DateTime::hour, &DateTime::minute, &DateTime::second}};
 
 bool hasNoTime(const DateTime &d)
 {
@@ -38,20 +40,7 @@ QString textForm(const DateTime &d)
 // The value held by an object of a DateTime class; null for anything else.
 const DateTime *valueOf(const Object::Ptr &object)
 {
-    if (!object || !dynamic_cast<const DateTime_class *>(object->objectClass()))
-        return nullptr;
-    return static_cast<const DateTime *>(object->rawData());
-}
-
-Object::Ptr wrapOwned(const Class *cls, DateTime *value)
-{
-    Object::Ptr object = cls ? cls->wrap(value, ObjectAttribute(0, 0)) : Object::Ptr();
-    if (!object) {
-        delete value;
-        return object;
-    }
-    object->ownsData = true;
-    return object;
+    return localValue<DateTime_class, const DateTime>(object);
 }
 
 } // namespace
@@ -90,17 +79,14 @@ DateTime_class::DateTime_class(Namespace *ns)
     : Class("DateTime", ns, true)
 {
     setNumConstructors(4);
-    setNumProperties(kNumProperties);
+    setNumProperties(kFields.count);
 }
 
 DateTime_class::~DateTime_class() = default;
 
 Constructor *DateTime_class::createConstructor(int index) const
 {
-    const Class *intClass = Inspector::self()->type(Inspector::Int);
-    auto arg = [intClass](int field) {
-        return Argument(QString::fromLatin1(kPropertyNames[field]), intClass);
-    };
+    auto arg = [](int field) { return kFields.argument(field); };
     switch (index) {
     case 0:
         return new Constructor(this, Signature(), index);
@@ -117,78 +103,44 @@ Constructor *DateTime_class::createConstructor(int index) const
 
 Property *DateTime_class::createProperty(int index) const
 {
-    const int local = index - superClassOffset(PropertyOffset);
-    if (local < 0 || local >= kNumProperties)
-        return nullptr;
-    const auto *decl = new PropertyDeclaration(this, Argument(Inspector::self()->type(Inspector::Int)),
-                                               QString::fromLatin1(kPropertyNames[local]),
-                                               PropertyDeclaration::Readable | PropertyDeclaration::Writable);
-    return new Property(decl, this, index, true);
+    return kFields.createProperty(this, index);
 }
 
 Object::Ptr DateTime_class::getProperty(int index, void *object, const Class *cls) const
 {
-    if (!object || !cls || !cls->isSubClassOf(this) || index < 0 || index >= kNumProperties)
-        return Object::Ptr();
-    return Inspector::self()->createPrimitive(static_cast<const DateTime *>(object)->*kFields[index]);
+    return kFields.get(this, index, object, cls);
 }
 
 bool DateTime_class::setProperty(int index, void *object, void *value) const
 {
-    if (!object || !value || index < 0 || index >= kNumProperties)
-        return false;
-    static_cast<DateTime *>(object)->*kFields[index] = *static_cast<const int *>(value);
-    return true;
+    return kFields.set(index, object, value);
 }
 
 bool DateTime_class::setProperty(int index, Object::Ptr object, Object::Ptr value,
                                  const Property *property) const
 {
-    // The raw slot below is told nothing about the object's class.
-    if (object && !object->isA(this))
-        return false;
-    return Class::setProperty(index, object, value, property);
+    return setPropertyChecked(this, index, object, value, property);
 }
 
 Object::Ptr DateTime_class::construct(int index, const ObjectList &args, const Constructor *constructor) const
 {
-    // The raw slot reads an int or a whole DateTime through each pointer: a foreign object must not reach it.
-    if (const Constructor *c = this->constructor(index)) {
-        // Only the constructor's own road reports a wrong count.
-        if (size_t(c->signature().count()) != args.size())
-            return constructor ? Class::construct(index, args, constructor) : Object::Ptr();
-        for (size_t i = 0; i < args.size(); ++i) {
-            if (!args[i] || !args[i]->isA(c->signature().at(int(i)).type()))
-                return Object::Ptr();
-        }
-    }
-    return Class::construct(index, args, constructor);
+    return constructChecked(this, index, args, constructor);
 }
 
 Object::Ptr DateTime_class::construct(int index, void **args) const
 {
-    // Reads the integers the first n argument pointers point to; false when one is missing.
-    int v[kNumProperties];
-    auto read = [args, &v](int n) {
-        for (int i = 0; i < n; ++i) {
-            if (!args || !args[i])
-                return false;
-            v[i] = *static_cast<const int *>(args[i]);
-        }
-        return true;
-    };
+    int v[kFields.count];
     // Constructed values stay out of pointer form so that they convert to text like wrapped ones.
     switch (index) {
     case 0:
-        return wrapOwned(this, new DateTime());
+        return wrapOwned(this, new DateTime(), 0);
     case 1:
-        return read(3) ? wrapOwned(this, new DateTime(v[0], v[1], v[2])) : Object::Ptr();
+        return readInts(args, 3, v) ? wrapOwned(this, new DateTime(v[0], v[1], v[2]), 0) : Object::Ptr();
     case 2:
-        return read(6) ? wrapOwned(this, new DateTime(v[0], v[1], v[2], v[3], v[4], v[5])) : Object::Ptr();
+        return readInts(args, 6, v) ? wrapOwned(this, new DateTime(v[0], v[1], v[2], v[3], v[4], v[5]), 0)
+                                    : Object::Ptr();
     case 3:
-        if (!args || !args[0])
-            return Object::Ptr();
-        return wrapOwned(this, new DateTime(*static_cast<const DateTime *>(args[0])));
+        return wrapCopy<DateTime>(this, args, 0);
     default:
         std::fprintf(stderr, "Unknown DateTime constructor called:%d\n", index);
         return Object::Ptr();
@@ -239,13 +191,12 @@ int DateTime_class::compare(Object::Ptr a, Object::Ptr b) const
 
 const Class *objectModelDateTimeClass()
 {
-    Namespace *ns = Inspector::self()->nameSpace(QStringLiteral("UiTypes"));
-    return ns ? ns->getClass(QStringLiteral("DateTime")) : nullptr;
+    return uiTypesClass(QStringLiteral("DateTime"));
 }
 
 Object::Ptr wrapDateTime(const DateTime &value)
 {
-    return wrapOwned(objectModelDateTimeClass(), new DateTime(value));
+    return wrapOwned(objectModelDateTimeClass(), new DateTime(value), 0);
 }
 
 DateTime unwrapDateTime(const Object::Ptr &object)

@@ -3,65 +3,18 @@
 
 #include "arrayclass.h"
 #include "inspector.h"
-
-#include <array>
-#include <memory>
+#include "valueclass_p.h"
 
 namespace Vexil {
+
+using namespace ValueClass;
 
 namespace {
 
 const int kNumMethods = 2;
 const int kNumProperties = 2;
 
-// Descriptors are made once per process and shared by every call. They are kept per owning class all the
-// same: a descriptor points at its owner, and an Inspector built anew after the first one is gone must not
-// hand out descriptors of a deleted class.
-template <class T, int N>
-class DescriptorCache
-{
-public:
-    template <class Make>
-    T *get(const Class *owner, int slot, Make make)
-    {
-        std::unique_ptr<T> &p = m_byOwner[owner][size_t(slot)];
-        if (!p)
-            p.reset(make());
-        return p.get();
-    }
-
-private:
-    std::map<const Class *, std::array<std::unique_ptr<T>, N>> m_byOwner;
-};
-
 typedef std::map<QString, Object::Ptr> Entries;
-
-// The entries of a map object of \p cls; null for a null pointer, a null object or another class's object.
-Entries *entriesOf(const Object::Ptr &object, const Class *cls)
-{
-    if (!object || !object->isA(cls))
-        return nullptr;
-    return static_cast<Entries *>(object->rawData());
-}
-
-// Any map class will do for the static helpers: each of them stores the same map.
-Entries *localEntries(const Object::Ptr &map)
-{
-    if (!map || !dynamic_cast<const MapClass *>(map->objectClass()))
-        return nullptr;
-    return static_cast<Entries *>(map->rawData());
-}
-
-Object::Ptr wrapEntries(const Class *cls, Entries *entries)
-{
-    Object::Ptr object = cls->wrap(entries, ObjectAttribute(ObjectAttribute::Pointer, 0));
-    if (!object) {
-        delete entries;
-        return object;
-    }
-    object->ownsData = true;
-    return object;
-}
 
 Object::Ptr textObject(const QString &text)
 {
@@ -86,19 +39,12 @@ MapClass::~MapClass()
 
 Constructor *MapClass::createConstructor(int index) const
 {
-    if (index != 0)
-        return nullptr;
-    static DescriptorCache<Constructor, 1> cache;
-    return cache.get(this, 0, [this] { return new Constructor(this, Signature(), 0); });
+    return sharedDefaultConstructor(this, index);
 }
 
 Method *MapClass::createMethod(int index) const
 {
-    const int local = index - superClassOffset(MethodOffset);
-    if (local < 0 || local >= kNumMethods)
-        return nullptr;
-    static DescriptorCache<Method, kNumMethods> cache;
-    return cache.get(this, local, [this, local, index]() -> Method * {
+    return sharedDescriptor<Method, kNumMethods>(this, MethodOffset, index, [this, index](int local) -> Method * {
         Inspector *insp = Inspector::self();
         const Class *voidClass = insp->type(Inspector::Void);
         const Argument key(QStringLiteral("i"), insp->type(Inspector::Char), ObjectAttribute::Pointer);
@@ -111,11 +57,7 @@ Method *MapClass::createMethod(int index) const
 
 Property *MapClass::createProperty(int index) const
 {
-    const int local = index - superClassOffset(PropertyOffset);
-    if (local < 0 || local >= kNumProperties)
-        return nullptr;
-    static DescriptorCache<Property, kNumProperties> cache;
-    return cache.get(this, local, [this, local, index] {
+    return sharedDescriptor<Property, kNumProperties>(this, PropertyOffset, index, [this, index](int local) {
         const PropertyDeclaration *decl = local == 0
             ? new PropertyDeclaration(this, Argument(Inspector::self()->type(Inspector::Int64)),
                                       QStringLiteral("length"), PropertyDeclaration::Readable)
@@ -132,7 +74,7 @@ Object::Ptr MapClass::getProperty(Object::Ptr object, const Property *property) 
     const int local = property->index() - superClassOffset(PropertyOffset);
     if (local < 0 || local >= kNumProperties)
         return Object::Ptr();
-    const Entries *entries = entriesOf(object, this);
+    const Entries *entries = valueOf<Entries>(object, this);
     if (!entries)
         return Object::Ptr();
     if (local == 0)
@@ -152,19 +94,10 @@ void MapClass::deleteObjectData(void *data, const ObjectAttribute &) const
 Object::Ptr MapClass::invoke(int index, Object::Ptr object, const ObjectList &args,
                              const Method *method) const
 {
-    const int local = index - superClassOffset(MethodOffset);
-    if (local < 0 || local >= kNumMethods)
+    const int local = checkedMethodCall(this, index, kNumMethods, method, args);
+    if (local < 0)
         return Object::Ptr();
-    if (!method)
-        method = this->method(index);
-    // Overload resolution has matched the signature already; a direct call with a short list must not crash.
-    if (!method || !verifyMethodArgumentCount(QString::fromLatin1(name()), method, args))
-        return Object::Ptr();
-    for (const Object::Ptr &arg : args) {
-        if (!arg)
-            return Object::Ptr();
-    }
-    Entries *entries = entriesOf(object, this);
+    Entries *entries = valueOf<Entries>(object, this);
     if (!entries)
         return Object::Ptr();
 
@@ -187,15 +120,12 @@ Object::Ptr MapClass::construct(int index, const ObjectList &, const Constructor
 {
     if (index != 0)
         return Object::Ptr();
-    return wrapEntries(this, new Entries());
+    return wrapOwned(this, new Entries(), ObjectAttribute::Pointer);
 }
 
 const Class *MapClass::registeredClass()
 {
-    // Never create the Inspector from here: this is asked while it is being torn down as well.
-    Inspector *insp = Inspector::insp;
-    Namespace *ns = insp ? insp->globalNamespace() : nullptr;
-    return ns ? ns->getClass(QStringLiteral("Vexil_Map")) : nullptr;
+    return globalClass(QStringLiteral("Vexil_Map"));
 }
 
 Argument MapClass::mapClassArg(const std::string &name)
@@ -208,12 +138,12 @@ Object::Ptr MapClass::wrapObject(const std::map<QString, Object::Ptr> &entries)
     const Class *cls = registeredClass();
     if (!cls)
         return Object::Ptr();
-    return wrapEntries(cls, new Entries(entries));
+    return wrapOwned(cls, new Entries(entries), ObjectAttribute::Pointer);
 }
 
 std::map<QString, Object::Ptr> MapClass::unwrapObject(Object::Ptr map)
 {
-    const Entries *entries = localEntries(map);
+    const Entries *entries = localValue<MapClass, const Entries>(map);
     return entries ? *entries : Entries();
 }
 
@@ -224,20 +154,11 @@ void *MapClass::unwrapInternal(Object::Ptr map)
 
 Object::Ptr MapClass::createRemoteObject(const std::map<QString, Object::Ptr> &entries)
 {
-    const Class *cls = registeredClass();
-    const Constructor *ctor = cls ? cls->constructor(0) : nullptr;
-    if (!ctor)
-        return Object::Ptr();
-    Object::Ptr map = ctor->construct(ObjectList());
-    if (!map || entries.empty())
-        return map;
-    const Class *mapClass = map->objectClass() ? map->objectClass() : cls;
-    const MethodList insert = mapClass->methods(QStringLiteral("insert"));
-    if (insert.empty() || !insert.front())
-        return map;
-    for (const auto &entry : entries)
-        insert.front()->invoke(map, ObjectList { textObject(entry.first), entry.second });
-    return map;
+    return createRemote(registeredClass(), entries.empty(), QStringLiteral("insert"),
+                        [&entries](const Object::Ptr &map, const Method *insert) {
+                            for (const auto &entry : entries)
+                                insert->invoke(map, ObjectList { textObject(entry.first), entry.second });
+                        });
 }
 
 std::map<QString, Object::Ptr> MapClass::unwrapRemoteObject(Object::Ptr map)

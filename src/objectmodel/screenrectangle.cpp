@@ -3,26 +3,17 @@
 
 #include "inspector.h"
 #include "screenpoint.h"
+#include "valueclass_p.h"
 
 namespace Vexil {
 
+using namespace ValueClass;
+
 namespace {
 
-const int kNumProperties = 4;
-const char *const kPropertyNames[kNumProperties] = {"x", "y", "width", "height"};
-int ScreenRectangle::*const kFields[kNumProperties] = {&ScreenRectangle::x, &ScreenRectangle::y,
-                                                       &ScreenRectangle::width, &ScreenRectangle::height};
-
-Object::Ptr wrapOwned(const Class *cls, ScreenRectangle *rect, unsigned int flags)
-{
-    Object::Ptr object = cls ? cls->wrap(rect, ObjectAttribute(flags, 0)) : Object::Ptr();
-    if (!object) {
-        delete rect;
-        return object;
-    }
-    object->ownsData = true;
-    return object;
-}
+const IntFields<ScreenRectangle, 4> kFields = {
+    {"x", "y", "width", "height"},
+    {&ScreenRectangle::x, &ScreenRectangle::y, &ScreenRectangle::width, &ScreenRectangle::height}};
 
 // Offsets wrap around instead of overflowing: a rectangle at the far end of the int range is still no crash.
 int addWrapping(int a, int b)
@@ -37,17 +28,14 @@ ScreenRectangle_class::ScreenRectangle_class(Namespace *ns)
 {
     setNumConstructors(3);
     setNumMethods(1);
-    setNumProperties(kNumProperties);
+    setNumProperties(kFields.count);
 }
 
 ScreenRectangle_class::~ScreenRectangle_class() = default;
 
 Constructor *ScreenRectangle_class::createConstructor(int index) const
 {
-    const Class *intClass = Inspector::self()->type(Inspector::Int);
-    auto arg = [intClass](int field) {
-        return Argument(QString::fromLatin1(kPropertyNames[field]), intClass);
-    };
+    auto arg = [](int field) { return kFields.argument(field); };
     switch (index) {
     case 0:
         return new Constructor(this, Signature(), index);
@@ -70,13 +58,7 @@ Method *ScreenRectangle_class::createMethod(int index) const
 
 Property *ScreenRectangle_class::createProperty(int index) const
 {
-    const int local = index - superClassOffset(PropertyOffset);
-    if (local < 0 || local >= kNumProperties)
-        return nullptr;
-    const auto *decl = new PropertyDeclaration(this, Argument(Inspector::self()->type(Inspector::Int)),
-                                               QString::fromLatin1(kPropertyNames[local]),
-                                               PropertyDeclaration::Readable | PropertyDeclaration::Writable);
-    return new Property(decl, this, index, true);
+    return kFields.createProperty(this, index);
 }
 
 Object::Ptr ScreenRectangle_class::invoke(int index, void *object, void **, const Class *cls) const
@@ -92,62 +74,37 @@ Object::Ptr ScreenRectangle_class::invoke(int index, void *object, void **, cons
 
 Object::Ptr ScreenRectangle_class::getProperty(int index, void *object, const Class *cls) const
 {
-    if (!object || !cls || !cls->isSubClassOf(this) || index < 0 || index >= kNumProperties)
-        return Object::Ptr();
-    return Inspector::self()->createPrimitive(static_cast<const ScreenRectangle *>(object)->*kFields[index]);
+    return kFields.get(this, index, object, cls);
 }
 
 bool ScreenRectangle_class::setProperty(int index, void *object, void *value) const
 {
-    if (!object || !value || index < 0 || index >= kNumProperties)
-        return false;
-    static_cast<ScreenRectangle *>(object)->*kFields[index] = *static_cast<const int *>(value);
-    return true;
+    return kFields.set(index, object, value);
 }
 
 bool ScreenRectangle_class::setProperty(int index, Object::Ptr object, Object::Ptr value,
                                         const Property *property) const
 {
-    // The raw slot above is told nothing about the object's class.
-    if (object && !object->isA(this))
-        return false;
-    return Class::setProperty(index, object, value, property);
+    return setPropertyChecked(this, index, object, value, property);
 }
 
 Object::Ptr ScreenRectangle_class::construct(int index, const ObjectList &args, const Constructor *constructor) const
 {
-    // The raw slot reads an int or a whole rectangle through each pointer: a foreign object must not reach it.
-    if (const Constructor *c = this->constructor(index)) {
-        // Only the constructor's own road reports a wrong count.
-        if (size_t(c->signature().count()) != args.size())
-            return constructor ? Class::construct(index, args, constructor) : Object::Ptr();
-        for (size_t i = 0; i < args.size(); ++i) {
-            if (!args[i] || !args[i]->isA(c->signature().at(int(i)).type()))
-                return Object::Ptr();
-        }
-    }
-    return Class::construct(index, args, constructor);
+    return constructChecked(this, index, args, constructor);
 }
 
 Object::Ptr ScreenRectangle_class::construct(int index, void **args) const
 {
+    int v[4];
     switch (index) {
     case 0:
         return wrapOwned(this, new ScreenRectangle(-1, -1, -1, -1), ObjectAttribute::Pointer);
-    case 1: {
-        int v[kNumProperties];
-        for (int i = 0; i < kNumProperties; ++i) {
-            if (!args || !args[i])
-                return Object::Ptr();
-            v[i] = *static_cast<const int *>(args[i]);
-        }
-        return wrapOwned(this, new ScreenRectangle(v[0], v[1], v[2], v[3]), ObjectAttribute::Pointer);
-    }
-    case 2:
-        if (!args || !args[0])
+    case 1:
+        if (!readInts(args, 4, v))
             return Object::Ptr();
-        return wrapOwned(this, new ScreenRectangle(*static_cast<const ScreenRectangle *>(args[0])),
-                         ObjectAttribute::Pointer);
+        return wrapOwned(this, new ScreenRectangle(v[0], v[1], v[2], v[3]), ObjectAttribute::Pointer);
+    case 2:
+        return wrapCopy<ScreenRectangle>(this, args, ObjectAttribute::Pointer);
     default:
         return Object::Ptr();
     }
@@ -160,8 +117,7 @@ void ScreenRectangle_class::deleteObjectData(void *data, const ObjectAttribute &
 
 const Class *objectModelScreenRectangleClass()
 {
-    Namespace *ns = Inspector::self()->nameSpace(QStringLiteral("UiTypes"));
-    return ns ? ns->getClass(QStringLiteral("ScreenRectangle")) : nullptr;
+    return uiTypesClass(QStringLiteral("ScreenRectangle"));
 }
 
 Object::Ptr wrapScreenRectangle(const ScreenRectangle &rect)
@@ -171,9 +127,8 @@ Object::Ptr wrapScreenRectangle(const ScreenRectangle &rect)
 
 ScreenRectangle unwrapScreenRectangle(Object::Ptr object)
 {
-    if (!object || !object->rawData() || !dynamic_cast<const ScreenRectangle_class *>(object->objectClass()))
-        return ScreenRectangle();
-    return *static_cast<const ScreenRectangle *>(object->rawData());
+    const ScreenRectangle *rect = localValue<ScreenRectangle_class, ScreenRectangle>(object);
+    return rect ? *rect : ScreenRectangle();
 }
 
 Object::Ptr createRemoteScreenRectangle(const ScreenRectangle &rect)
@@ -200,11 +155,11 @@ ScreenRectangle unwrapRemoteScreenRectangle(Object::Ptr object)
         return ScreenRectangle();
     const Class *cls = object->objectClass();
     ScreenRectangle r(0, 0, 0, 0);
-    for (int i = 0; i < kNumProperties; ++i) {
-        const Property *p = cls->property(QString::fromLatin1(kPropertyNames[i]));
+    for (int i = 0; i < kFields.count; ++i) {
+        const Property *p = cls->property(kFields.name(i));
         const Object::Ptr value = p ? p->get(object) : Object::Ptr();
         if (value)
-            r.*kFields[i] = value->toInteger();
+            r.*kFields.members[i] = value->toInteger();
     }
     return r;
 }
