@@ -116,6 +116,29 @@ int primitiveIndex(const Class *c)
     return Inspector::self()->type(id) == c ? id : -1;
 }
 
+bool isPointer(const Object::Ptr &object)
+{
+    return (object->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
+}
+
+void *rawDataOf(const Object::Ptr &object)
+{
+    return object ? object->rawData() : nullptr;
+}
+
+// The class whose slots serve \p object: its own, or \p fallback for a null object or one without a class.
+const Class *servingClass(const Object::Ptr &object, const Class *fallback)
+{
+    return object && object->objectClass() ? object->objectClass() : fallback;
+}
+
+// Leaves \p text as the Inspector's error; false, for the checks to return.
+bool refuse(const QString &text)
+{
+    Inspector::self()->setError(text);
+    return false;
+}
+
 bool isVoidClass(const Class *c)
 {
     return c && c->classId() == Inspector::Void && std::strcmp(c->name(), "void") == 0;
@@ -171,8 +194,7 @@ Object::Ptr acceptArgument(const Object::Ptr &arg, const Argument &param)
     if (!cls || !type)
         return Object::Ptr();
     const bool paramIsPointer = (param.flags() & ObjectAttribute::Pointer) != 0;
-    const bool argIsPointer = (arg->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
-    if (!cls->canConvertTo(type, argIsPointer, paramIsPointer, nullptr))
+    if (!cls->canConvertTo(type, isPointer(arg), paramIsPointer, nullptr))
         return Object::Ptr();
     return cls->convertTo(arg, type, paramIsPointer);
 }
@@ -236,24 +258,17 @@ Argument::Argument()
 }
 
 Argument::Argument(const Class *type, unsigned int flags, int count, const Enum *e)
-    : m_type(type ? type : undefinedClass())
-    , m_attribute(flags, count)
-    , m_enum(e)
+    : Argument(QString(), type, ObjectAttribute(flags, count), e)
 {
 }
 
 Argument::Argument(const QString &name, const Class *type, unsigned int flags, int count, const Enum *e)
-    : m_name(name)
-    , m_type(type ? type : undefinedClass())
-    , m_attribute(flags, count)
-    , m_enum(e)
+    : Argument(name, type, ObjectAttribute(flags, count), e)
 {
 }
 
 Argument::Argument(const Class *type, const ObjectAttribute &attribute, const Enum *e)
-    : m_type(type ? type : undefinedClass())
-    , m_attribute(attribute)
-    , m_enum(e)
+    : Argument(QString(), type, attribute, e)
 {
 }
 
@@ -623,16 +638,10 @@ PropertyDeclaration::PropertyDeclaration(const char *className, const char *type
 PropertyDeclaration::PropertyDeclaration(const Class *owner, const Argument &value, const QString &name,
                                          unsigned int flags, ReadFunction readFunction,
                                          WriteFunction writeFunction)
-    : m_owner(owner)
-    , m_value(value)
-    , m_name(name)
-    , m_flags(flags)
-    , m_readFunction(readFunction)
-    , m_writeFunction(writeFunction)
-    , m_className(owner ? QByteArray(owner->name()) : QByteArray())
-    , m_typeName(value.type() ? QByteArray(value.type()->name()) : QByteArray())
-    , m_resolved(true)
+    : PropertyDeclaration(owner, value, name, flags, QString(), QString())
 {
+    m_readFunction = readFunction;
+    m_writeFunction = writeFunction;
 }
 
 PropertyDeclaration::~PropertyDeclaration() = default;
@@ -767,11 +776,23 @@ bool Property::isStatic() const
     return m_declaration && m_declaration->isStatic();
 }
 
+namespace {
+
+// The class that reads and writes \p p: the one it is bound to, else its declaration's owner.
+const Class *accessingClass(const Property &p)
+{
+    if (p.boundClass())
+        return p.boundClass();
+    return p.declaration() ? p.declaration()->ownerClass() : nullptr;
+}
+
+} // namespace
+
 Object::Ptr Property::get(Object::Ptr object) const
 {
     if (!verifyPropertyAccess(object, this))
         return Object::Ptr();
-    const Class *owner = m_class ? m_class : (m_declaration ? m_declaration->ownerClass() : nullptr);
+    const Class *owner = accessingClass(*this);
     return owner ? owner->getProperty(object, this) : Object::Ptr();
 }
 
@@ -779,7 +800,7 @@ bool Property::set(Object::Ptr object, Object::Ptr value) const
 {
     if (!verifyPropertyAccess(object, this))
         return false;
-    const Class *owner = m_class ? m_class : (m_declaration ? m_declaration->ownerClass() : nullptr);
+    const Class *owner = accessingClass(*this);
     return owner ? owner->setProperty(object, this, value) : false;
 }
 
@@ -836,6 +857,26 @@ Enum::Enum(const Class *owner, const QString &name)
 
 Enum::~Enum() = default;
 
+namespace {
+
+// The first item \p match accepts, or null; \p ok (when given) says which.
+template <typename Items, typename Match>
+const typename Items::value_type *findItem(const Items &items, Match match, bool *ok)
+{
+    for (const auto &item : items) {
+        if (match(item)) {
+            if (ok)
+                *ok = true;
+            return &item;
+        }
+    }
+    if (ok)
+        *ok = false;
+    return nullptr;
+}
+
+} // namespace
+
 void Enum::addItem(const QString &key, int value)
 {
     m_items.append(qMakePair(key, value));
@@ -845,29 +886,15 @@ void Enum::addItem(const QString &key, int value)
 
 int Enum::value(const QString &key, bool *ok) const
 {
-    for (const auto &item : m_items) {
-        if (item.first == key) {
-            if (ok)
-                *ok = true;
-            return item.second;
-        }
-    }
-    if (ok)
-        *ok = false;
-    return -1;
+    const auto *item = findItem(m_items, [&key](const QPair<QString, int> &i) { return i.first == key; }, ok);
+    return item ? item->second : -1;
 }
 
 QString Enum::valueToKey(int v, bool *ok) const
 {
-    for (const auto &item : m_items) {
-        if (item.second == v) {
-            if (ok)
-                *ok = true;
-            return item.first;
-        }
-    }
-    if (ok)
-        *ok = false;
+    const auto *item = findItem(m_items, [v](const QPair<QString, int> &i) { return i.second == v; }, ok);
+    if (item)
+        return item->first;
     std::fprintf(stderr, "Could not find value %d in enum %s\n", v, m_name.toUtf8().constData());
     return QString();
 }
@@ -974,22 +1001,15 @@ bool verifyMethodInvocation(Object::Ptr object, const Method *method)
 {
     if (!method)
         return false;
-    Inspector *insp = Inspector::self();
-    if (object && !method->isStatic() && object->isNull()) {
-        insp->setError(QStringLiteral("Cannot invoke member function %1() on null object reference")
-                           .arg(method->name()));
-        return false;
-    }
-    if (object && object->isInvalidated()) {
-        insp->setError(QStringLiteral("Cannot invoke member function %1() on invalidated object reference")
-                           .arg(method->name()));
-        return false;
-    }
-    if (!object && !method->isStatic()) {
-        insp->setError(QStringLiteral("Cannot invoke non-static function %1() without a object reference")
-                           .arg(method->name()));
-        return false;
-    }
+    if (object && !method->isStatic() && object->isNull())
+        return refuse(QStringLiteral("Cannot invoke member function %1() on null object reference")
+                          .arg(method->name()));
+    if (object && object->isInvalidated())
+        return refuse(QStringLiteral("Cannot invoke member function %1() on invalidated object reference")
+                          .arg(method->name()));
+    if (!object && !method->isStatic())
+        return refuse(QStringLiteral("Cannot invoke non-static function %1() without a object reference")
+                          .arg(method->name()));
     return true;
 }
 
@@ -1005,8 +1025,7 @@ bool verifyMethodArgumentCount(const QString &className, const Method *method, c
                              .arg(className, QString::number(method->index()), QString::number(expected),
                                   QString::number(qulonglong(args.size())));
     std::fprintf(stderr, "%s\n", text.toUtf8().constData());
-    Inspector::self()->setError(text);
-    return false;
+    return refuse(text);
 }
 
 bool verifyPropertyAccess(Object::Ptr object, const Property *property)
@@ -1014,19 +1033,26 @@ bool verifyPropertyAccess(Object::Ptr object, const Property *property)
     if (!property)
         return false;
     const QString name = property->name();
+    if (!object && !property->isStatic())
+        return refuse(QStringLiteral("Cannot access non-static property %1 without object reference").arg(name));
+    if (object && object->isNull())
+        return refuse(QStringLiteral("Cannot access property %1 on null object reference").arg(name));
+    if (object && object->isInvalidated())
+        return refuse(QStringLiteral("Cannot access property %1 on invalidated object reference").arg(name));
+    return true;
+}
+
+bool verifyPropertyWrite(Object::Ptr object, const Property *property)
+{
+    if (!property)
+        return false;
     if (!object && !property->isStatic()) {
-        Inspector::self()->setError(
-            QStringLiteral("Cannot access non-static property %1 without object reference").arg(name));
+        std::fprintf(stderr, "Class::setProperty: Can't set non-static property without object reference\n");
         return false;
     }
-    if (object && object->isNull()) {
-        Inspector::self()->setError(
-            QStringLiteral("Cannot access property %1 on null object reference").arg(name));
-        return false;
-    }
-    if (object && object->isInvalidated()) {
-        Inspector::self()->setError(
-            QStringLiteral("Cannot access property %1 on invalidated object reference").arg(name));
+    if (!property->isWritable()) {
+        std::fprintf(stderr, "Object::setProperty: property %s is not writable\n",
+                     property->name().toUtf8().constData());
         return false;
     }
     return true;
@@ -1051,8 +1077,7 @@ Object::Ptr Class::invoke(Object::Ptr object, const Method *method, void **args)
 {
     if (!method || !verifyMethodInvocation(object, method))
         return Object::Ptr();
-    return invoke(method->index(), object ? object->rawData() : nullptr, args,
-                  object && object->objectClass() ? object->objectClass() : this);
+    return invoke(method->index(), rawDataOf(object), args, servingClass(object, this));
 }
 
 Object::Ptr Class::invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const
@@ -1066,8 +1091,7 @@ Object::Ptr Class::invoke(int index, Object::Ptr object, const ObjectList &args,
         return Object::Ptr();
     }
     RawArguments raw(args);
-    return invoke(index, object ? object->rawData() : nullptr, raw.data(),
-                  object && object->objectClass() ? object->objectClass() : this);
+    return invoke(index, rawDataOf(object), raw.data(), servingClass(object, this));
 }
 
 Object::Ptr Class::construct(int index, const ObjectList &args, const Constructor *constructor) const
@@ -1121,30 +1145,18 @@ Object::Ptr Class::getProperty(int index, Object::Ptr object, const Property *pr
     if (const PropertyDeclaration *decl = property->declaration()) {
         if (decl->readFunction())
             return decl->readFunction()(object);
-        if (!decl->readMethod().isEmpty()) {
-            const Class *cls = object && object->objectClass() ? object->objectClass() : this;
-            return cls->methods(decl->readMethod()).invoke(object, ObjectList());
-        }
+        if (!decl->readMethod().isEmpty())
+            return servingClass(object, this)->methods(decl->readMethod()).invoke(object, ObjectList());
     }
-    return getProperty(index, object ? object->rawData() : nullptr,
-                       object && object->objectClass() ? object->objectClass() : this);
+    return getProperty(index, rawDataOf(object), servingClass(object, this));
 }
 
 bool Class::setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const
 {
     if (!property && index >= 0 && index < numProperties())
         property = this->property(index);
-    if (!property)
+    if (!verifyPropertyWrite(object, property))
         return false;
-    if (!object && !property->isStatic()) {
-        std::fprintf(stderr, "Class::setProperty: Can't set non-static property without object reference\n");
-        return false;
-    }
-    if (!property->isWritable()) {
-        std::fprintf(stderr, "Object::setProperty: property %s is not writable\n",
-                     property->name().toUtf8().constData());
-        return false;
-    }
     Object::Ptr taken = value;
     const PropertyDeclaration *decl = property->declaration();
     // A type left unset by a declaration that named an unknown one takes the value as it is.
@@ -1161,13 +1173,12 @@ bool Class::setProperty(int index, Object::Ptr object, Object::Ptr value, const 
         if (decl->writeFunction())
             return decl->writeFunction()(object, taken);
         if (!decl->writeMethod().isEmpty()) {
-            const Class *cls = object && object->objectClass() ? object->objectClass() : this;
             bool found = false;
-            cls->methods(decl->writeMethod()).invoke(object, ObjectList { taken }, &found);
+            servingClass(object, this)->methods(decl->writeMethod()).invoke(object, ObjectList { taken }, &found);
             return found;
         }
     }
-    return setProperty(index, object ? object->rawData() : nullptr, taken ? taken->rawData() : nullptr);
+    return setProperty(index, rawDataOf(object), rawDataOf(taken));
 }
 
 // ---------------------------------------------------------------------------------------------------------
@@ -1251,7 +1262,7 @@ Object::Ptr Class::convertTo(Object::Ptr object, const Class *target, bool targe
 {
     if (!object || !target)
         return Object::Ptr();
-    const bool sourceIsPointer = (object->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
+    const bool sourceIsPointer = isPointer(object);
     // An object of the target class is taken as it is, unless its class has a rule for changing its form
     // (a single character asked for as a text becomes its number's digits).
     if (object->isA(target)) {
@@ -1287,7 +1298,7 @@ Object::Ptr Class::convertToTolerant(Object::Ptr object, const Class *target, bo
 {
     if (!object || !target)
         return Object::Ptr();
-    const bool sourceIsPointer = (object->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
+    const bool sourceIsPointer = isPointer(object);
     if (object->isA(target) && sourceIsPointer == targetIsPointer)
         return object;
     if (!object->isA(target) && canConvertTo(target, sourceIsPointer, targetIsPointer, nullptr))
@@ -1302,8 +1313,7 @@ Object::Ptr Class::convertToTolerant(Object::Ptr object, const Class *target, bo
     if (flipped->isA(target))
         return flipped;
     const Class *cls = flipped->objectClass();
-    const bool flippedIsPointer = (flipped->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
-    if (!cls || !cls->canConvertTo(target, flippedIsPointer, targetIsPointer, nullptr))
+    if (!cls || !cls->canConvertTo(target, isPointer(flipped), targetIsPointer, nullptr))
         return Object::Ptr();
     return cls->convertTo(flipped, target, targetIsPointer);
 }

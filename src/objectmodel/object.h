@@ -623,6 +623,9 @@ VEXIL_EXPORT bool verifyMethodInvocation(Object::Ptr object, const Method *metho
 /// True when \p args has the method's parameter count; otherwise reports it (stderr and error) and returns false.
 VEXIL_EXPORT bool verifyMethodArgumentCount(const QString &className, const Method *method, const ObjectList &args);
 VEXIL_EXPORT bool verifyPropertyAccess(Object::Ptr object, const Property *property);
+/// Checks before a property is written: a property at all, an object unless static, writable; a failure is
+/// reported on stderr and gives false.
+VEXIL_EXPORT bool verifyPropertyWrite(Object::Ptr object, const Property *property);
 /// Whether two arguments count as the same for an injected method.
 VEXIL_EXPORT bool vexilidl_compare_args(const Argument &a, const Argument &b);
 

@@ -88,82 +88,80 @@ int countOf(const ObjectAttribute &attr)
     return attr.count < 1 ? 1 : attr.count;
 }
 
-Scalar readElement(int kind, const void *data, int i)
+// Calls f with a zero of the storage type of kind, so the mapping of kinds to native types stands in one
+// place; an unknown kind gives the zero of f's result.
+template <class F>
+auto withStorageType(int kind, F &&f) -> decltype(f(int()))
 {
     switch (kind) {
     case KShort:
-        return Scalar::integer(static_cast<const short *>(data)[i]);
+        return f(short());
     case KInt:
-        return Scalar::integer(static_cast<const int *>(data)[i]);
+        return f(int());
     case KLong:
-        return Scalar::integer(static_cast<const long *>(data)[i]);
+        return f(long());
     case KBool:
-        return Scalar::boolean(static_cast<const bool *>(data)[i]);
+        return f(bool());
     case KChar:
-        return Scalar::integer(static_cast<signed char>(static_cast<const char *>(data)[i]));
+        return f(char());
     case KDouble:
-        return Scalar::real(static_cast<const double *>(data)[i]);
+        return f(double());
     case KInt64:
-        return Scalar::integer(static_cast<const long long *>(data)[i]);
+        return f(static_cast<long long>(0));
     }
-    return Scalar::integer(0);
+    return decltype(f(int()))();
+}
+
+template <class T>
+Scalar scalarOf(T v)
+{
+    return Scalar::integer(v);
+}
+
+Scalar scalarOf(bool v)
+{
+    return Scalar::boolean(v);
+}
+
+Scalar scalarOf(char v)
+{
+    return Scalar::integer(static_cast<signed char>(v));
+}
+
+Scalar scalarOf(double v)
+{
+    return Scalar::real(v);
+}
+
+void assign(short &out, const Scalar &v) { out = asInt16(v); }
+void assign(int &out, const Scalar &v) { out = asInt32(v); }
+void assign(long &out, const Scalar &v) { out = long(asInt64(v)); }
+void assign(bool &out, const Scalar &v) { out = asBool(v); }
+void assign(char &out, const Scalar &v) { out = asInt8(v); }
+void assign(double &out, const Scalar &v) { out = asReal(v); }
+void assign(long long &out, const Scalar &v) { out = asInt64(v); }
+
+Scalar readElement(int kind, const void *data, int i)
+{
+    return withStorageType(kind, [&](auto zero) {
+        return scalarOf(static_cast<const decltype(zero) *>(data)[i]);
+    });
 }
 
 void writeElement(int kind, void *data, int i, const Scalar &v)
 {
-    switch (kind) {
-    case KShort:
-        static_cast<short *>(data)[i] = asInt16(v);
-        break;
-    case KInt:
-        static_cast<int *>(data)[i] = asInt32(v);
-        break;
-    case KLong:
-        static_cast<long *>(data)[i] = long(asInt64(v));
-        break;
-    case KBool:
-        static_cast<bool *>(data)[i] = asBool(v);
-        break;
-    case KChar:
-        static_cast<char *>(data)[i] = asInt8(v);
-        break;
-    case KDouble:
-        static_cast<double *>(data)[i] = asReal(v);
-        break;
-    case KInt64:
-        static_cast<long long *>(data)[i] = asInt64(v);
-        break;
-    }
-}
-
-template <class T>
-void *allocate(bool array, int n)
-{
-    if (array)
-        return new T[n]();
-    return new T();
+    withStorageType(kind, [&](auto zero) { assign(static_cast<decltype(zero) *>(data)[i], v); });
 }
 
 // Zeroed storage for n elements; scalar storage unless the array bit asks for an array, to match the freeing.
 void *allocateElements(int kind, bool array, int n)
 {
-    switch (kind) {
-    case KShort:
-        return allocate<short>(array, n);
-    case KInt:
-        return allocate<int>(array, n);
-    case KLong:
-        return allocate<long>(array, n);
-    case KBool:
-        return allocate<bool>(array, n);
-    case KChar:
-        return allocate<char>(array, n);
-    case KDouble:
-        return allocate<double>(array, n);
-    case KInt64:
-        return allocate<long long>(array, n);
-    }
-    return nullptr;
+    return withStorageType(kind, [&](auto zero) -> void * {
+        using T = decltype(zero);
+        if (array)
+            return new T[n]();
+        return new T();
+    });
 }
 
 // A single new value converted from v, as a conversion result owns it.
@@ -175,37 +173,12 @@ void *newElement(int kind, const Scalar &v)
     return p;
 }
 
-template <class T>
-void release(void *data, bool array)
-{
-    if (array)
-        delete[] static_cast<T *>(data);
-    else
-        delete static_cast<T *>(data);
-}
-
 void freeStorage(int kind, void *data, const ObjectAttribute &attr)
 {
     const bool array = (attr.flags & ObjectAttribute::Array) != 0;
-    switch (kind) {
-    case KShort:
-        release<short>(data, array);
-        break;
-    case KInt:
-        release<int>(data, array);
-        break;
-    case KLong:
-        release<long>(data, array);
-        break;
-    case KBool:
-        release<bool>(data, array);
-        break;
-    case KChar: {
-        char *p = static_cast<char *>(data);
-        if (!(attr.flags & ObjectAttribute::Pointer)) {
-            release<char>(data, array);
-        } else if (!array) {
-            delete[] p;
+    if (kind == KChar && (attr.flags & ObjectAttribute::Pointer)) {
+        if (!array) {
+            delete[] static_cast<char *>(data);
         } else if (data) {
             char **texts = static_cast<char **>(data);
             const int n = countOf(attr);
@@ -213,15 +186,15 @@ void freeStorage(int kind, void *data, const ObjectAttribute &attr)
                 delete[] texts[i];
             delete[] texts;
         }
-        break;
+        return;
     }
-    case KDouble:
-        release<double>(data, array);
-        break;
-    case KInt64:
-        release<long long>(data, array);
-        break;
-    }
+    withStorageType(kind, [&](auto zero) {
+        using T = decltype(zero);
+        if (array)
+            delete[] static_cast<T *>(data);
+        else
+            delete static_cast<T *>(data);
+    });
 }
 
 QString formatNumber(double d)
@@ -236,6 +209,17 @@ QString formatElement(int kind, const Scalar &v)
     if (kind == KDouble)
         return formatNumber(asReal(v));
     return QString::number(asInt64(v));
+}
+
+// One element alone, several as "[ a, b ]"; each element is followed by suffix.
+QString formatElements(int kind, const void *data, int n, const QString &suffix)
+{
+    if (n == 1)
+        return formatElement(kind, readElement(kind, data, 0)) + suffix;
+    QStringList parts;
+    for (int i = 0; i < n; ++i)
+        parts << formatElement(kind, readElement(kind, data, i)) + suffix;
+    return QStringLiteral("[ ") + parts.join(QStringLiteral(", ")) + QStringLiteral(" ]");
 }
 
 // The text a number or truth value becomes when converted to a text: truth values as "1" or "0".
@@ -282,38 +266,34 @@ void writeStreamElement(QDataStream &stream, int kind, const Scalar &v)
     }
 }
 
+// One value as the stream holds it; zero when the stream runs short.
+template <class T>
+T readRaw(QDataStream &stream)
+{
+    T v = 0;
+    stream >> v;
+    return v;
+}
+
 Scalar readStreamElement(QDataStream &stream, int kind)
 {
     switch (kind) {
     case KShort:
     case KInt:
-    case KLong: {
-        qint32 v = 0;
-        stream >> v;
-        return Scalar::integer(v);
-    }
-    case KBool: {
-        qint8 v = 0;
-        stream >> v;
-        return Scalar::boolean(v != 0);
-    }
-    case KChar: {
-        qint8 v = 0;
-        stream >> v;
-        return Scalar::integer(v);
-    }
+    case KLong:
+        return Scalar::integer(readRaw<qint32>(stream));
+    case KBool:
+        return Scalar::boolean(readRaw<qint8>(stream) != 0);
+    case KChar:
+        return Scalar::integer(readRaw<qint8>(stream));
     case KDouble: {
-        quint64 bits = 0;
-        stream >> bits;
+        const quint64 bits = readRaw<quint64>(stream);
         double d;
         std::memcpy(&d, &bits, sizeof d);
         return Scalar::real(d);
     }
-    case KInt64: {
-        qint64 v = 0;
-        stream >> v;
-        return Scalar::integer(v);
-    }
+    case KInt64:
+        return Scalar::integer(readRaw<qint64>(stream));
     }
     return Scalar::integer(0);
 }
@@ -364,6 +344,23 @@ QByteArray textBytes(const void *data, const ObjectAttribute &attr)
     if (charShape(attr) == CharArray)
         return QByteArray(p, int(qstrnlen(p, uint(countOf(attr)))));
     return QByteArray(p);
+}
+
+// The number a char object stands for: a single character's code, a text array's number of texts, otherwise
+// what parse makes of the text; zero without storage.
+template <class T, class Parse>
+T charNumber(const void *data, const ObjectAttribute &attr, Parse parse)
+{
+    if (!data)
+        return T();
+    switch (charShape(attr)) {
+    case SingleChar:
+        return static_cast<signed char>(*static_cast<const char *>(data));
+    case TextArray:
+        return countOf(attr); // the number of texts, not a parse of them
+    default:
+        return parse(QString::fromLatin1(textBytes(data, attr)));
+    }
 }
 
 // One entry per text of a char object for comparison; a null entry stands for a null text.
@@ -432,13 +429,26 @@ int compareScalars(const Scalar &a, const Scalar &b)
     return x == y ? 0 : 1; // a NaN equals nothing and has no order
 }
 
+template <class T>
+Object *makeObject(void *data, const Class *cls, const ObjectAttribute &attr)
+{
+    return new T(data, cls, attr);
+}
+
+// The object type of each kind, in kind order.
+Object *(*const s_objectMakers[])(void *, const Class *, const ObjectAttribute &) = {
+    makeObject<VexilObject_short>, makeObject<VexilObject_int>,    makeObject<VexilObject_long>,
+    makeObject<VexilObject_bool>,  makeObject<VexilObject_char>,   makeObject<VexilObject_double>,
+    makeObject<VexilObject_int64>,
+};
+
 } // namespace
 
 // ---------------------------------------------------------------------------------------------------------
 // Value classes
 
-VexilValueClass::VexilValueClass(const char *name, int type)
-    : Class(name, true)
+VexilValueClass::VexilValueClass(int type)
+    : Class(s_typeNames[type], true)
     , m_type(type)
 {
     setNumConstructors(3);
@@ -517,23 +527,9 @@ Object::Ptr VexilValueClass::construct(int index, const ObjectList &args,
 
 Object::Ptr VexilValueClass::wrap(void *data, const ObjectAttribute &attr) const
 {
-    switch (m_type) {
-    case KShort:
-        return Object::Ptr(new VexilObject_short(data, this, attr));
-    case KInt:
-        return Object::Ptr(new VexilObject_int(data, this, attr));
-    case KLong:
-        return Object::Ptr(new VexilObject_long(data, this, attr));
-    case KBool:
-        return Object::Ptr(new VexilObject_bool(data, this, attr));
-    case KChar:
-        return Object::Ptr(new VexilObject_char(data, this, attr));
-    case KDouble:
-        return Object::Ptr(new VexilObject_double(data, this, attr));
-    case KInt64:
-        return Object::Ptr(new VexilObject_int64(data, this, attr));
-    }
-    return Object::Ptr();
+    if (m_type < KShort || m_type > KInt64)
+        return Object::Ptr();
+    return Object::Ptr(s_objectMakers[m_type](data, this, attr));
 }
 
 void VexilValueClass::deleteObjectData(void *data, const ObjectAttribute &attr) const
@@ -607,28 +603,8 @@ Object::Ptr VexilValueClass::convertToInternal(Object::Ptr object, const Class *
     return result;
 }
 
-VexilClass_short::VexilClass_short()
-    : VexilValueClass("short", KShort)
-{
-}
-
-VexilClass_int::VexilClass_int()
-    : VexilValueClass("int", KInt)
-{
-}
-
-VexilClass_long::VexilClass_long()
-    : VexilValueClass("long", KLong)
-{
-}
-
-VexilClass_bool::VexilClass_bool()
-    : VexilValueClass("bool", KBool)
-{
-}
-
 VexilClass_char::VexilClass_char()
-    : VexilValueClass("char", KChar)
+    : VexilValueClass(KChar)
 {
 }
 
@@ -674,16 +650,6 @@ int VexilClass_char::compare(Object::Ptr a, Object::Ptr b) const
     if (storageKind(a.get(), KChar) != KChar || storageKind(b.get(), KChar) != KChar)
         return general;
     return compareEntries(textEntries(a.get()), textEntries(b.get()));
-}
-
-VexilClass_double::VexilClass_double()
-    : VexilValueClass("double", KDouble)
-{
-}
-
-VexilClass_int64::VexilClass_int64()
-    : VexilValueClass("int64", KInt64)
-{
 }
 
 VexilClass_void::VexilClass_void()
@@ -798,26 +764,14 @@ QString VexilValueObject::toDebugString() const
     if (!data)
         return QStringLiteral("0 : ") + className();
     const QString suffix = QStringLiteral(" : ") + QLatin1String(s_typeNames[m_type]);
-    const int n = elementCount();
-    if (n == 1)
-        return formatElement(m_type, readElement(m_type, data, 0)) + suffix;
-    QStringList parts;
-    for (int i = 0; i < n; ++i)
-        parts << formatElement(m_type, readElement(m_type, data, i)) + suffix;
-    return QStringLiteral("[ ") + parts.join(QStringLiteral(", ")) + QStringLiteral(" ]");
+    return formatElements(m_type, data, elementCount(), suffix);
 }
 
 QString VexilValueObject::toString() const
 {
     if (!data)
         return QStringLiteral("<null>");
-    const int n = elementCount();
-    if (n == 1)
-        return formatElement(m_type, readElement(m_type, data, 0));
-    QStringList parts;
-    for (int i = 0; i < n; ++i)
-        parts << formatElement(m_type, readElement(m_type, data, i));
-    return QStringLiteral("[ ") + parts.join(QStringLiteral(", ")) + QStringLiteral(" ]");
+    return formatElements(m_type, data, elementCount(), QString());
 }
 
 int VexilValueObject::toInteger() const
@@ -892,36 +846,6 @@ void VexilValueObject::fromBoolean(bool value)
 {
     if (ensureStorage())
         writeElement(m_type, data, 0, Scalar::boolean(value));
-}
-
-VexilObject_short::VexilObject_short(void *data, const Class *cls, const ObjectAttribute &attr)
-    : VexilValueObject(data, cls, attr, KShort)
-{
-}
-
-VexilObject_int::VexilObject_int(void *data, const Class *cls, const ObjectAttribute &attr)
-    : VexilValueObject(data, cls, attr, KInt)
-{
-}
-
-VexilObject_long::VexilObject_long(void *data, const Class *cls, const ObjectAttribute &attr)
-    : VexilValueObject(data, cls, attr, KLong)
-{
-}
-
-VexilObject_bool::VexilObject_bool(void *data, const Class *cls, const ObjectAttribute &attr)
-    : VexilValueObject(data, cls, attr, KBool)
-{
-}
-
-VexilObject_double::VexilObject_double(void *data, const Class *cls, const ObjectAttribute &attr)
-    : VexilValueObject(data, cls, attr, KDouble)
-{
-}
-
-VexilObject_int64::VexilObject_int64(void *data, const Class *cls, const ObjectAttribute &attr)
-    : VexilValueObject(data, cls, attr, KInt64)
-{
 }
 
 // ---------------------------------------------------------------------------------------------------------
@@ -1094,62 +1018,23 @@ QString VexilObject_char::toDebugString() const
 
 int VexilObject_char::toInteger() const
 {
-    if (!data)
-        return 0;
-    const ObjectAttribute attr = objectAttribute();
-    switch (charShape(attr)) {
-    case SingleChar:
-        return static_cast<signed char>(*static_cast<const char *>(data));
-    case TextArray:
-        return countOf(attr); // the number of texts, not a parse of them
-    default:
-        return QString::fromLatin1(textBytes(data, attr)).toInt(nullptr, 10);
-    }
+    return charNumber<int>(data, objectAttribute(), [](const QString &text) { return text.toInt(nullptr, 10); });
 }
 
 long long VexilObject_char::toInt64() const
 {
-    if (!data)
-        return 0;
-    const ObjectAttribute attr = objectAttribute();
-    switch (charShape(attr)) {
-    case SingleChar:
-        return static_cast<signed char>(*static_cast<const char *>(data));
-    case TextArray:
-        return countOf(attr);
-    default:
-        return QString::fromLatin1(textBytes(data, attr)).toLongLong(nullptr, 10);
-    }
+    return charNumber<long long>(data, objectAttribute(),
+                                 [](const QString &text) { return text.toLongLong(nullptr, 10); });
 }
 
 double VexilObject_char::toDouble() const
 {
-    if (!data)
-        return 0.0;
-    const ObjectAttribute attr = objectAttribute();
-    switch (charShape(attr)) {
-    case SingleChar:
-        return static_cast<signed char>(*static_cast<const char *>(data));
-    case TextArray:
-        return countOf(attr);
-    default:
-        return QString::fromLatin1(textBytes(data, attr)).toDouble();
-    }
+    return charNumber<double>(data, objectAttribute(), [](const QString &text) { return text.toDouble(); });
 }
 
 bool VexilObject_char::toBoolean() const
 {
-    if (!data)
-        return false;
-    const ObjectAttribute attr = objectAttribute();
-    switch (charShape(attr)) {
-    case SingleChar:
-        return *static_cast<const char *>(data) != 0;
-    case TextArray:
-        return toInteger() != 0;
-    default:
-        return textToBool(QString::fromLatin1(textBytes(data, attr)));
-    }
+    return charNumber<bool>(data, objectAttribute(), textToBool);
 }
 
 void VexilObject_char::fromString(const QString &value)
@@ -1157,36 +1042,32 @@ void VexilObject_char::fromString(const QString &value)
     setText(value.toUtf8());
 }
 
-void VexilObject_char::fromInteger(int value)
+void VexilObject_char::setCharOrText(char c, const QByteArray &utf8)
 {
     if (charShape(objectAttribute()) == SingleChar)
-        setChar(asInt8(Scalar::integer(value)));
+        setChar(c);
     else
-        setText(QByteArray::number(value));
+        setText(utf8);
+}
+
+void VexilObject_char::fromInteger(int value)
+{
+    setCharOrText(asInt8(Scalar::integer(value)), QByteArray::number(value));
 }
 
 void VexilObject_char::fromInt64(long long value)
 {
-    if (charShape(objectAttribute()) == SingleChar)
-        setChar(asInt8(Scalar::integer(value)));
-    else
-        setText(QByteArray::number(value));
+    setCharOrText(asInt8(Scalar::integer(value)), QByteArray::number(value));
 }
 
 void VexilObject_char::fromDouble(double value)
 {
-    if (charShape(objectAttribute()) == SingleChar)
-        setChar(asInt8(Scalar::real(value)));
-    else
-        setText(formatNumber(value).toUtf8());
+    setCharOrText(asInt8(Scalar::real(value)), formatNumber(value).toUtf8());
 }
 
 void VexilObject_char::fromBoolean(bool value)
 {
-    if (charShape(objectAttribute()) == SingleChar)
-        setChar(value ? 1 : 0);
-    else
-        setText(value ? QByteArrayLiteral("true") : QByteArrayLiteral("false"));
+    setCharOrText(value ? 1 : 0, value ? QByteArrayLiteral("true") : QByteArrayLiteral("false"));
 }
 
 // ---------------------------------------------------------------------------------------------------------

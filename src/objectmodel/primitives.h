@@ -46,35 +46,28 @@ public:
                                   bool targetIsPointer) const override;
 
 protected:
-    VexilValueClass(const char *name, int type);
+    /// The class takes its name from the type number.
+    explicit VexilValueClass(int type);
 
 private:
     int m_type;
 };
 
-class VEXIL_EXPORT VexilClass_short : public VexilValueClass
+/// A value class that adds nothing to VexilValueClass; \p Type is its Inspector::PrimitiveTypes number.
+template <int Type>
+class VEXIL_EXPORT VexilPlainValueClass : public VexilValueClass
 {
 public:
-    VexilClass_short();
+    VexilPlainValueClass()
+        : VexilValueClass(Type)
+    {
+    }
 };
 
-class VEXIL_EXPORT VexilClass_int : public VexilValueClass
-{
-public:
-    VexilClass_int();
-};
-
-class VEXIL_EXPORT VexilClass_long : public VexilValueClass
-{
-public:
-    VexilClass_long();
-};
-
-class VEXIL_EXPORT VexilClass_bool : public VexilValueClass
-{
-public:
-    VexilClass_bool();
-};
+using VexilClass_short = VexilPlainValueClass<0>;
+using VexilClass_int = VexilPlainValueClass<1>;
+using VexilClass_long = VexilPlainValueClass<2>;
+using VexilClass_bool = VexilPlainValueClass<3>;
 
 /// Characters and texts. Storage by attribute: one char; a NUL-terminated text (pointer bit); an array of
 /// count chars read as a text (array bit); an array of count texts (both bits).
@@ -92,17 +85,8 @@ public:
     int compare(Object::Ptr a, Object::Ptr b) const override;
 };
 
-class VEXIL_EXPORT VexilClass_double : public VexilValueClass
-{
-public:
-    VexilClass_double();
-};
-
-class VEXIL_EXPORT VexilClass_int64 : public VexilValueClass
-{
-public:
-    VexilClass_int64();
-};
+using VexilClass_double = VexilPlainValueClass<5>;
+using VexilClass_int64 = VexilPlainValueClass<6>;
 
 /// The class of the one void object; it has no members and converts to nothing.
 class VEXIL_EXPORT VexilClass_void : public Class
@@ -161,29 +145,21 @@ private:
     int m_type;
 };
 
-class VEXIL_EXPORT VexilObject_short : public VexilValueObject
+/// A value object that adds nothing to VexilValueObject; \p Type is its Inspector::PrimitiveTypes number.
+template <int Type>
+class VEXIL_EXPORT VexilPlainValueObject : public VexilValueObject
 {
 public:
-    VexilObject_short(void *data, const Class *cls, const ObjectAttribute &attr);
+    VexilPlainValueObject(void *data, const Class *cls, const ObjectAttribute &attr)
+        : VexilValueObject(data, cls, attr, Type)
+    {
+    }
 };
 
-class VEXIL_EXPORT VexilObject_int : public VexilValueObject
-{
-public:
-    VexilObject_int(void *data, const Class *cls, const ObjectAttribute &attr);
-};
-
-class VEXIL_EXPORT VexilObject_long : public VexilValueObject
-{
-public:
-    VexilObject_long(void *data, const Class *cls, const ObjectAttribute &attr);
-};
-
-class VEXIL_EXPORT VexilObject_bool : public VexilValueObject
-{
-public:
-    VexilObject_bool(void *data, const Class *cls, const ObjectAttribute &attr);
-};
+using VexilObject_short = VexilPlainValueObject<0>;
+using VexilObject_int = VexilPlainValueObject<1>;
+using VexilObject_long = VexilPlainValueObject<2>;
+using VexilObject_bool = VexilPlainValueObject<3>;
 
 class VEXIL_EXPORT VexilObject_char : public VexilValueObject
 {
@@ -207,20 +183,13 @@ public:
 private:
     void setChar(char c);
     void setText(const QByteArray &utf8);
+    /// A single character takes \p c, every other shape the text \p utf8.
+    void setCharOrText(char c, const QByteArray &utf8);
     void installStorage(void *newData);
 };
 
-class VEXIL_EXPORT VexilObject_double : public VexilValueObject
-{
-public:
-    VexilObject_double(void *data, const Class *cls, const ObjectAttribute &attr);
-};
-
-class VEXIL_EXPORT VexilObject_int64 : public VexilValueObject
-{
-public:
-    VexilObject_int64(void *data, const Class *cls, const ObjectAttribute &attr);
-};
+using VexilObject_double = VexilPlainValueObject<5>;
+using VexilObject_int64 = VexilPlainValueObject<6>;
 
 /// The void value: a null object of class "void".
 class VEXIL_EXPORT VexilObject_void : public Object

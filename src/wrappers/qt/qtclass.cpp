@@ -126,6 +126,133 @@ QVariant dateTimeVariant(const DateTime &d, bool withTime)
     return QVariant(QDateTime(date, time));
 }
 
+// The Qt value of the numbers, enums, lists, geometry and dates that \p source holds; texts and object
+// pointers differ between the sources and are their callers' business. A source reads the value of the
+// kind asked for, and a compound one only after checking that it holds one (false when not).
+template <typename Source>
+bool valueToVariant(const Source &source, const TypeInfo &info, QVariant *out)
+{
+    switch (info.kind) {
+    case ValueKind::Int:
+        *out = QVariant(source.integer());
+        return true;
+    case ValueKind::Enum:
+        *out = enumVariant(info.typeId, source.integer());
+        return true;
+    case ValueKind::Bool:
+        *out = QVariant(source.boolean());
+        return true;
+    case ValueKind::Double:
+        *out = QVariant(source.real());
+        return true;
+    case ValueKind::Int64:
+        *out = QVariant(source.int64());
+        return true;
+    case ValueKind::StringList: {
+        QStringList list;
+        if (!source.stringList(&list))
+            return false;
+        *out = QVariant(list);
+        return true;
+    }
+    case ValueKind::Rect: {
+        ScreenRectangle r;
+        if (!source.rectangle(&r))
+            return false;
+        *out = QVariant(QRect(r.x, r.y, r.width, r.height));
+        return true;
+    }
+    case ValueKind::Point: {
+        ScreenPoint p;
+        if (!source.point(&p))
+            return false;
+        *out = QVariant(QPoint(p.x, p.y));
+        return true;
+    }
+    case ValueKind::DateTime:
+    case ValueKind::Date: {
+        DateTime d;
+        if (!source.dateTime(&d))
+            return false;
+        *out = dateTimeVariant(d, info.kind == ValueKind::DateTime);
+        return true;
+    }
+    default:
+        return false;
+    }
+}
+
+// The native value behind an object's data pointer, as the raw slots receive it.
+struct RawSource
+{
+    void *raw;
+
+    int integer() const { return *static_cast<int *>(raw); }
+    bool boolean() const { return *static_cast<bool *>(raw); }
+    double real() const { return *static_cast<double *>(raw); }
+    qlonglong int64() const { return qlonglong(*static_cast<long long *>(raw)); }
+    bool stringList(QStringList *list) const
+    {
+        for (const Object::Ptr &element : *static_cast<std::vector<Object::Ptr> *>(raw))
+            list->append(element ? element->toString() : QString());
+        return true;
+    }
+    bool rectangle(ScreenRectangle *r) const
+    {
+        *r = *static_cast<ScreenRectangle *>(raw);
+        return true;
+    }
+    bool point(ScreenPoint *p) const
+    {
+        *p = *static_cast<ScreenPoint *>(raw);
+        return true;
+    }
+    bool dateTime(DateTime *d) const
+    {
+        *d = *static_cast<DateTime *>(raw);
+        return true;
+    }
+};
+
+// A model object's value, through its conversions; a compound value only from an object of its class.
+struct ObjectSource
+{
+    const Object::Ptr &object;
+
+    int integer() const { return object->toInteger(); }
+    bool boolean() const { return object->toBoolean(); }
+    double real() const { return object->toDouble(); }
+    qlonglong int64() const { return qlonglong(object->toInt64()); }
+    bool stringList(QStringList *list) const
+    {
+        if (!object->isA(ArrayClass::registeredClass()))
+            return false;
+        unwrap(object, list);
+        return true;
+    }
+    bool rectangle(ScreenRectangle *r) const
+    {
+        if (!object->isA(objectModelScreenRectangleClass()))
+            return false;
+        *r = unwrapScreenRectangle(object);
+        return true;
+    }
+    bool point(ScreenPoint *p) const
+    {
+        if (!object->isA(screenPointClass()))
+            return false;
+        *p = unwrapScreenPoint(object);
+        return true;
+    }
+    bool dateTime(DateTime *d) const
+    {
+        if (!object->isA(objectModelDateTimeClass()))
+            return false;
+        *d = unwrapDateTime(object);
+        return true;
+    }
+};
+
 // Storage that the raw slots receive: the native value behind an object's data pointer, by kind.
 bool rawToVariant(void *raw, const TypeInfo &info, QVariant *out)
 {
@@ -141,50 +268,23 @@ bool rawToVariant(void *raw, const TypeInfo &info, QVariant *out)
         return true;
     }
     default:
-        break;
+        return raw && valueToVariant(RawSource { raw }, info, out);
     }
-    if (!raw)
-        return false;
-    switch (info.kind) {
-    case ValueKind::Int:
-        *out = QVariant(*static_cast<int *>(raw));
-        return true;
-    case ValueKind::Enum:
-        *out = enumVariant(info.typeId, *static_cast<int *>(raw));
-        return true;
-    case ValueKind::Bool:
-        *out = QVariant(*static_cast<bool *>(raw));
-        return true;
-    case ValueKind::Double:
-        *out = QVariant(*static_cast<double *>(raw));
-        return true;
-    case ValueKind::Int64:
-        *out = QVariant(qlonglong(*static_cast<long long *>(raw)));
-        return true;
-    case ValueKind::StringList: {
-        QStringList list;
-        for (const Object::Ptr &element : *static_cast<std::vector<Object::Ptr> *>(raw))
-            list.append(element ? element->toString() : QString());
-        *out = QVariant(list);
-        return true;
-    }
-    case ValueKind::Rect: {
-        const auto *r = static_cast<ScreenRectangle *>(raw);
-        *out = QVariant(QRect(r->x, r->y, r->width, r->height));
-        return true;
-    }
-    case ValueKind::Point: {
-        const auto *p = static_cast<ScreenPoint *>(raw);
-        *out = QVariant(QPoint(p->x, p->y));
-        return true;
-    }
-    case ValueKind::DateTime:
-    case ValueKind::Date:
-        *out = dateTimeVariant(*static_cast<DateTime *>(raw), info.kind == ValueKind::DateTime);
-        return true;
-    default:
-        return false;
-    }
+}
+
+// The meta-object index of the class's own member numbered \p local among \p members, or -1 for none.
+int metaIndex(const std::vector<int> &members, int local)
+{
+    return local >= 0 && size_t(local) < members.size() ? members[size_t(local)] : -1;
+}
+
+Signature signatureOf(const QMetaMethod &m)
+{
+    const QList<QByteArray> names = m.parameterNames();
+    Signature signature;
+    for (int p = 0; p < m.parameterCount(); ++p)
+        signature.append(argumentFor(typeInfoForType(m.parameterType(p)), QString::fromLatin1(names.value(p))));
+    return signature;
 }
 
 QString typeNameOf(const Object::Ptr &value)
@@ -362,51 +462,8 @@ bool objectToVariant(const Object::Ptr &object, const TypeInfo &info, QVariant *
     if (!object)
         return false;
     switch (info.kind) {
-    case ValueKind::Int:
-        *out = QVariant(object->toInteger());
-        return true;
-    case ValueKind::Enum:
-        *out = enumVariant(info.typeId, object->toInteger());
-        return true;
-    case ValueKind::Bool:
-        *out = QVariant(object->toBoolean());
-        return true;
-    case ValueKind::Double:
-        *out = QVariant(object->toDouble());
-        return true;
-    case ValueKind::Int64:
-        *out = QVariant(qlonglong(object->toInt64()));
-        return true;
     case ValueKind::String:
         *out = QVariant(object->toString());
-        return true;
-    case ValueKind::StringList: {
-        if (!object->isA(ArrayClass::registeredClass()))
-            return false;
-        QStringList list;
-        unwrap(object, &list);
-        *out = QVariant(list);
-        return true;
-    }
-    case ValueKind::Rect: {
-        if (!object->isA(objectModelScreenRectangleClass()))
-            return false;
-        const ScreenRectangle r = unwrapScreenRectangle(object);
-        *out = QVariant(QRect(r.x, r.y, r.width, r.height));
-        return true;
-    }
-    case ValueKind::Point: {
-        if (!object->isA(screenPointClass()))
-            return false;
-        const ScreenPoint p = unwrapScreenPoint(object);
-        *out = QVariant(QPoint(p.x, p.y));
-        return true;
-    }
-    case ValueKind::DateTime:
-    case ValueKind::Date:
-        if (!object->isA(objectModelDateTimeClass()))
-            return false;
-        *out = dateTimeVariant(unwrapDateTime(object), info.kind == ValueKind::DateTime);
         return true;
     case ValueKind::QObjectPtr: {
         // A null object of a Qt class stands for a null pointer; a dead one for nothing at all.
@@ -420,10 +477,9 @@ bool objectToVariant(const Object::Ptr &object, const TypeInfo &info, QVariant *
         *out = QVariant(info.typeId, &target);
         return true;
     }
-    case ValueKind::Unsupported:
-        break;
+    default:
+        return valueToVariant(ObjectSource { object }, info, out);
     }
-    return false;
 }
 
 QString variantToText(const QVariant &value, const QMetaProperty &property)
@@ -529,10 +585,8 @@ void QtClass::initSuperClass() const
 
 QMetaProperty QtClass::metaProperty(int index) const
 {
-    const int local = index - superClassOffset(PropertyOffset);
-    if (local < 0 || size_t(local) >= m_properties.size())
-        return QMetaProperty();
-    return m_metaObject->property(m_properties[size_t(local)]);
+    const int i = metaIndex(m_properties, index - superClassOffset(PropertyOffset));
+    return i < 0 ? QMetaProperty() : m_metaObject->property(i);
 }
 
 Property *QtClass::createProperty(int index) const
@@ -554,39 +608,31 @@ Property *QtClass::createProperty(int index) const
 
 Method *QtClass::createMethod(int index) const
 {
-    const int local = index - superClassOffset(MethodOffset);
-    if (local < 0 || size_t(local) >= m_methods.size())
+    const int i = metaIndex(m_methods, index - superClassOffset(MethodOffset));
+    if (i < 0)
         return nullptr;
-    const QMetaMethod m = m_metaObject->method(m_methods[size_t(local)]);
-    const QList<QByteArray> names = m.parameterNames();
-    Signature signature;
-    for (int p = 0; p < m.parameterCount(); ++p)
-        signature.append(argumentFor(typeInfoForType(m.parameterType(p)), QString::fromLatin1(names.value(p))));
+    const QMetaMethod m = m_metaObject->method(i);
     const Argument result = m.returnType() == QMetaType::Void
         ? Argument(Inspector::self()->type(Inspector::Void))
         : argumentFor(typeInfoForType(m.returnType()));
-    return new Method(this, result, QString::fromLatin1(m.name()), signature, false, index);
+    return new Method(this, result, QString::fromLatin1(m.name()), signatureOf(m), false, index);
 }
 
 Event *QtClass::createEvent(int index) const
 {
-    const int local = index - superClassOffset(EventOffset);
-    if (local < 0 || size_t(local) >= m_signals.size())
+    const int i = metaIndex(m_signals, index - superClassOffset(EventOffset));
+    if (i < 0)
         return nullptr;
-    const QMetaMethod m = m_metaObject->method(m_signals[size_t(local)]);
-    const QList<QByteArray> names = m.parameterNames();
-    Signature signature;
-    for (int p = 0; p < m.parameterCount(); ++p)
-        signature.append(argumentFor(typeInfoForType(m.parameterType(p)), QString::fromLatin1(names.value(p))));
-    return new Event(this, QString::fromLatin1(m.name()), signature);
+    const QMetaMethod m = m_metaObject->method(i);
+    return new Event(this, QString::fromLatin1(m.name()), signatureOf(m));
 }
 
 Enum *QtClass::createEnum(int index) const
 {
-    const int local = index - superClassOffset(EnumOffset);
-    if (local < 0 || size_t(local) >= m_enums.size())
+    const int i = metaIndex(m_enums, index - superClassOffset(EnumOffset));
+    if (i < 0)
         return nullptr;
-    const QMetaEnum me = m_metaObject->enumerator(m_enums[size_t(local)]);
+    const QMetaEnum me = m_metaObject->enumerator(i);
     auto *e = new Enum(this, QString::fromLatin1(me.name()));
     for (int k = 0; k < me.keyCount(); ++k)
         e->addItem(QString::fromLatin1(me.key(k)), me.value(k));
@@ -640,17 +686,8 @@ bool QtClass::setProperty(int index, Object::Ptr object, Object::Ptr value, cons
         return Class::setProperty(index, object, value, property);
     if (!property)
         property = this->property(index);
-    if (!property)
+    if (!verifyPropertyWrite(object, property))
         return false;
-    if (!object && !property->isStatic()) {
-        std::fprintf(stderr, "Class::setProperty: Can't set non-static property without object reference\n");
-        return false;
-    }
-    if (!property->isWritable()) {
-        std::fprintf(stderr, "Object::setProperty: property %s is not writable\n",
-                     property->name().toUtf8().constData());
-        return false;
-    }
     QObject *target = instance(qobjectOf(object));
     if (!target)
         return false;
