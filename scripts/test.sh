@@ -20,3 +20,6 @@ cmake --build build-asan -j"$jobs"
 
 echo "== Installed package"
 scripts/check-install.sh build-test
+
+# Every reader of the library under libFuzzer for a short while (installs clang when missing).
+scripts/fuzz.sh 30
