@@ -17,19 +17,7 @@ parallel=${VEXIL_FUZZ_JOBS:-1}
 read -r -a targets <<< "${VEXIL_FUZZ_TARGETS:-objectname objectmap touchxml eventdata primitives descriptors}"
 
 # What the library needs, then the compiler and the libFuzzer runtime, only when missing.
-scripts/install-deps.sh
-fuzz_packages=(clang libclang-rt-14-dev)
-missing=()
-for p in "${fuzz_packages[@]}"; do
-    dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-    echo "Installing: ${missing[*]}"
-    sudo=""
-    [ "$(id -u)" -ne 0 ] && sudo="sudo"
-    $sudo apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-fi
+scripts/install-deps.sh clang libclang-rt-14-dev
 
 build=fuzz/build
 echo "== Fuzz targets (${seconds}s each)"
