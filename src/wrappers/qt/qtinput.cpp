@@ -427,14 +427,15 @@ Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
     const QString verb = QString::fromLatin1(verbOf(action));
     if (!readMouseArgs(args, leading, &m, extra, &error))
         return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, describe(m.object), error));
-    const QString name = describe(m.object);
+    // Names cost a search of the application: made only for an error text.
+    const auto name = [&m]() { return describe(m.object); };
     InputTarget target;
     error = inputTarget(m.object, &target);
     QWidget *w = target.widget.data();
     if (error.isEmpty() && !w)
         error = QStringLiteral("the object is gone");
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name, error));
+        return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name(), error));
     const QPoint pos = pointIn(target, m.x, m.y);
     // Releases and moves go wherever the pointer is; what gets pressed must be there to be pressed.
     if (action == MouseAction::Release || action == MouseAction::Move) {
@@ -444,7 +445,7 @@ Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
         error = target.itemEnabled ? clickableAt(w, pos) : QStringLiteral("the item is disabled");
     }
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name, error));
+        return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name(), error));
 
     activateWindowOf(w);
     switch (action) {
@@ -471,7 +472,7 @@ Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
     }
     flushInput();
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name, error));
+        return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name(), error));
     return Inspector::self()->voidObject();
 }
 
@@ -530,16 +531,16 @@ Object::Ptr mouseDragFunction(const ObjectList &args, const Class *)
 Object::Ptr typeFunction(const ObjectList &args, const Class *)
 {
     const Object::Ptr object = args.empty() ? Object::Ptr() : args[0];
-    const QString name = describe(object);
+    const auto name = [&object]() { return describe(object); };
     const QString text = args.size() > 1 && args[1] ? args[1]->toString() : QString();
     QVector<KeyStroke> strokes;
     QString error;
     if (!parseTypedText(text, &strokes, &error))
-        return failCall(QStringLiteral("Cannot type into '%1': %2").arg(name, error));
+        return failCall(QStringLiteral("Cannot type into '%1': %2").arg(name(), error));
     QPointer<QWidget> widget;
     error = keyTarget(object, &widget);
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot type into '%1': %2").arg(name, error));
+        return failCall(QStringLiteral("Cannot type into '%1': %2").arg(name(), error));
     for (const KeyStroke &k : strokes) {
         // Focus moves as keys are typed (Tab): each key goes where the focus is then, in the same window.
         QWidget *focus = QApplication::focusWidget();
@@ -552,16 +553,16 @@ Object::Ptr typeFunction(const ObjectList &args, const Class *)
 Object::Ptr keyFunction(const ObjectList &args, bool press)
 {
     const Object::Ptr object = args.empty() ? Object::Ptr() : args[0];
-    const QString name = describe(object);
+    const auto name = [&object]() { return describe(object); };
     const QString verb = press ? QStringLiteral("press") : QStringLiteral("release");
     KeyStroke k;
     QString error;
     if (!parseKeyName(args.size() > 1 && args[1] ? args[1]->toString() : QString(), &k, &error))
-        return failCall(QStringLiteral("Cannot %1 a key on '%2': %3").arg(verb, name, error));
+        return failCall(QStringLiteral("Cannot %1 a key on '%2': %3").arg(verb, name(), error));
     QPointer<QWidget> widget;
     error = keyTarget(object, &widget);
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot %1 a key on '%2': %3").arg(verb, name, error));
+        return failCall(QStringLiteral("Cannot %1 a key on '%2': %3").arg(verb, name(), error));
     // A modifier held down stays down for the input that follows, until it is released.
     for (const auto &m : kModifiers) {
         if (k.key == m.key) {
