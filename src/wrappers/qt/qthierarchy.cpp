@@ -691,6 +691,9 @@ Object::Ptr QtHierarchyDelegate::objectByQualifiedName(Object::Ptr parent, const
     QObject *scope = qobjectOf(parent);
     if (parent && !scope)
         return Object::Ptr();
+    // Items of item views are no QObjects; their names say so by their type.
+    if (isItemName(name))
+        return findItem(name, scope, true);
     return wrapQObject(NameMatcher::find(name, scope, true));
 }
 

@@ -7,7 +7,11 @@
 #include "interface.h"
 #include "primitives.h"
 
+#include <QAbstractItemView>
 #include <QKeyEvent>
+#include <QMenu>
+#include <QMenuBar>
+#include <QTouchEvent>
 #include <QKeySequence>
 #include <QMouseEvent>
 #include <QWidget>
@@ -34,16 +38,21 @@ EventDataArg textArgument(const QString &name, const QString &value)
     return EventData::createArgument(name, Inspector::self()->type(Inspector::Char), nullptr, wrap(value));
 }
 
-void record(const QString &eventName, QObject *object, const std::vector<EventDataArg> &args)
+void record(const QString &eventName, const QString &objectId, const std::vector<EventDataArg> &args)
 {
     EventData data;
     data.type = EventData::EventType;
     data.eventName = eventName;
-    data.objectId = recordedName(object);
+    data.objectId = objectId;
     data.arguments.resize(unsigned(args.size()));
     for (size_t i = 0; i < args.size(); ++i)
         data.arguments[unsigned(i)] = args[i];
     Inspector::self()->recordEvent(data);
+}
+
+void record(const QString &eventName, QObject *object, const std::vector<EventDataArg> &args)
+{
+    record(eventName, recordedName(object), args);
 }
 
 // The text the user edits in a widget: its user property, when that is a writable text.
@@ -81,14 +90,29 @@ bool Recorder::eventFilter(QObject *watched, QEvent *event)
 {
     const QEvent::Type type = event->type();
     if (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease && type != QEvent::KeyPress
-        && type != QEvent::KeyRelease && type != QEvent::FocusOut)
+        && type != QEvent::KeyRelease && type != QEvent::FocusOut && type != QEvent::TouchBegin
+        && type != QEvent::TouchUpdate && type != QEvent::TouchEnd)
         return false;
     // Nobody records, or a record is being delivered and its receiver stirred the application.
     if (!Inspector::self()->eventNotifyDelegate() || m_busy || !watched->isWidgetType())
         return false;
     m_busy = true;
     auto *widget = static_cast<QWidget *>(watched);
+    // Menus are recorded as the items they activate, not as the clicks and keys that open and walk them.
+    const bool inMenu = qobject_cast<QMenu *>(widget) || qobject_cast<QMenuBar *>(widget);
+    if (inMenu && (type == QEvent::MouseButtonRelease || type == QEvent::KeyPress)) {
+        if (!isRepeat(event))
+            recordMenuActivation(widget, event);
+        m_pressed = nullptr;
+        m_busy = false;
+        return false;
+    }
     switch (type) {
+    case QEvent::TouchBegin:
+    case QEvent::TouchUpdate:
+    case QEvent::TouchEnd:
+        recordTouch(widget, event);
+        break;
     case QEvent::MouseButtonPress:
         flushText();
         if (!isRepeat(event))
@@ -143,10 +167,89 @@ bool Recorder::isRepeat(QEvent *event)
 void Recorder::recordClick(QWidget *widget, QEvent *event)
 {
     const auto *mouse = static_cast<QMouseEvent *>(event);
+    const std::vector<EventDataArg> where = {
+        intArgument(QStringLiteral("button"), int(mouse->button()), qtEnum("MouseButtons")),
+        intArgument(QStringLiteral("modifiers"), int(mouse->modifiers()), qtEnum("KeyboardModifiers"))
+    };
+    // A click on an item names the item, at a place relative to it.
+    if (QAbstractItemView *view = viewOfViewport(widget)) {
+        const QModelIndex index = view->indexAt(mouse->pos());
+        if (index.isValid()) {
+            const QPoint at = mouse->pos() - view->visualRect(index).topLeft();
+            const QString real = itemRealName(view, index);
+            ObjectMap *map = ObjectMap::self();
+            record(QStringLiteral("mouseClick"), map ? map->symbolicName(real, true) : real,
+                   { intArgument(QStringLiteral("x"), at.x()), intArgument(QStringLiteral("y"), at.y()), where[0],
+                     where[1] });
+            return;
+        }
+    }
     record(QStringLiteral("mouseClick"), widget,
            { intArgument(QStringLiteral("x"), mouse->pos().x()), intArgument(QStringLiteral("y"), mouse->pos().y()),
-             intArgument(QStringLiteral("button"), int(mouse->button()), qtEnum("MouseButtons")),
-             intArgument(QStringLiteral("modifiers"), int(mouse->modifiers()), qtEnum("KeyboardModifiers")) });
+             where[0], where[1] });
+}
+
+bool Recorder::recordMenuActivation(QWidget *widget, QEvent *event)
+{
+    auto *menu = qobject_cast<QMenu *>(widget);
+    if (!menu)
+        return false;
+    QAction *action = nullptr;
+    if (event->type() == QEvent::MouseButtonRelease) {
+        action = menu->actionAt(static_cast<QMouseEvent *>(event)->pos());
+    } else {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter)
+            action = menu->activeAction();
+    }
+    if (!action || action->menu() || action->isSeparator() || !action->isEnabled())
+        return false;
+    QWidget *root = nullptr;
+    const QString path = menuPath(action, &root);
+    record(QStringLiteral("activateMenuItem"), root ? root : menu, { textArgument(QStringLiteral("path"), path) });
+    return true;
+}
+
+void Recorder::recordTouch(QWidget *widget, QEvent *event)
+{
+    const auto *touch = static_cast<QTouchEvent *>(event);
+    // An event a widget leaves goes on to its parents with the same time stamp; the last to get it took it.
+    const bool copy = !m_touchSamples.empty() && touch->timestamp() == m_lastTouchTimestamp;
+    if (event->type() == QEvent::TouchBegin && !copy) {
+        m_touchSamples.clear();
+        m_touchStart = touch->timestamp();
+    }
+    m_touchWidget = widget;
+    m_lastTouchTimestamp = touch->timestamp();
+    TouchSample sample;
+    sample.timestamp = int(touch->timestamp() - m_touchStart);
+    for (const QTouchEvent::TouchPoint &p : touch->touchPoints()) {
+        TouchPoint point;
+        point.id = p.id();
+        point.x = float(p.pos().x());
+        point.y = float(p.pos().y());
+        point.pressure = float(p.pressure());
+        point.state = p.state() == Qt::TouchPointPressed ? TouchPoint::Down
+            : p.state() == Qt::TouchPointReleased        ? TouchPoint::Up
+                                                         : TouchPoint::Move;
+        sample.points.push_back(point);
+    }
+    if (copy)
+        m_touchSamples.back() = sample;
+    else
+        m_touchSamples.push_back(sample);
+    if (event->type() != QEvent::TouchEnd)
+        return;
+    // The gesture in pixels of the widget that took it, as replayGesture plays it back.
+    TouchBuilder builder;
+    MultiTouchInfo &gesture = builder.gestures().front();
+    gesture.unit = MultiTouchInfo::Pixel;
+    gesture.areaWidth = float(widget->width());
+    gesture.areaHeight = float(widget->height());
+    gesture.samples = m_touchSamples;
+    m_touchSamples.clear();
+    record(QStringLiteral("replayGesture"), widget,
+           { textArgument(QStringLiteral("gesture"), QString::fromStdString(builder.toXml())) });
 }
 
 void Recorder::recordKey(QWidget *widget, QEvent *event)

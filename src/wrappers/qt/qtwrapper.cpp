@@ -142,6 +142,10 @@ bool install()
 
     new QtWindowDelegate();
     registerWindowInteractionMethods(widgetClass);
+    registerInputFunctions();
+    registerItemFunctions();
+    registerScreenshotFunctions();
+    registerGestureFunctions();
 
     // Qt objects come and go all the time, and the lookup cache would keep handing out the wrapper of a
     // destroyed dialog for its name after the dialog was opened again.

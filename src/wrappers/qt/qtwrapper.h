@@ -6,11 +6,13 @@
 #include "object.h"
 #include "vexil_qtwrapper_export.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QString>
 
 QT_BEGIN_NAMESPACE
 class QObject;
+class QRect;
 class QWidget;
 struct QMetaObject;
 QT_END_NAMESPACE
@@ -44,6 +46,17 @@ VEXIL_QTWRAPPER_EXPORT QString qualifiedName(QObject *object);
 /// a button or label, or a window's title), visible='1' for a shown widget, the nested name of its window,
 /// and an occurrence when other objects match the same properties first.
 VEXIL_QTWRAPPER_EXPORT QString realName(QObject *object);
+
+/// A PNG picture of a widget, at its size in logical pixels; with a null object, of the active window or
+/// else the first visible top-level window. Empty with the reason in \p error (when given) for a hidden
+/// widget, an object that is no widget, or no window shown.
+VEXIL_QTWRAPPER_EXPORT QByteArray screenshotPng(QObject *objectOrNull, QString *error);
+/// The same for any model object: widgets, item objects (the part of the view that shows them) and null.
+VEXIL_QTWRAPPER_EXPORT QByteArray objectScreenshotPng(const Object::Ptr &object, QString *error);
+
+/// The factor every default time-out of the wrapper is multiplied by: VEXIL_TIMEOUT_FACTOR from the
+/// environment when it is a number above 0, else 1.
+VEXIL_QTWRAPPER_EXPORT double timeoutFactor();
 
 /// The number of wrapper objects alive right now (for diagnostics).
 VEXIL_QTWRAPPER_EXPORT int liveWrapperCount();

@@ -5,6 +5,7 @@
 #include "delegate.h"
 #include "object.h"
 #include "objectmap.h"
+#include "touchbuilder.h"
 #include "windowinteractiondelegate.h"
 
 #include <QHash>
@@ -17,9 +18,13 @@
 #include <QVariant>
 #include <QVector>
 
+#include <functional>
 #include <vector>
 
 QT_BEGIN_NAMESPACE
+class QAbstractItemView;
+class QAction;
+class QComboBox;
 class QWidget;
 QT_END_NAMESPACE
 
@@ -212,6 +217,9 @@ private:
     void flushText();
     void recordClick(QWidget *widget, QEvent *event);
     void recordKey(QWidget *widget, QEvent *event);
+    /// A click or Return on an item of a menu; true when the event was one.
+    bool recordMenuActivation(QWidget *widget, QEvent *event);
+    void recordTouch(QWidget *widget, QEvent *event);
 
     // The previous input event seen, to skip the copies that propagate to parent widgets.
     int m_lastType = 0;
@@ -221,7 +229,93 @@ private:
     QPointer<QWidget> m_pressed;
     QPointer<QWidget> m_textWidget;
     QString m_textBefore;
+    // The touch gesture going on: the widget that takes it, the first event's time and the samples.
+    QPointer<QWidget> m_touchWidget;
+    ulong m_touchStart = 0;
+    ulong m_lastTouchTimestamp = 0;
+    std::vector<TouchSample> m_touchSamples;
 };
+
+// ---------------------------------------------------------------------------------------------------------
+// Input (qtinput.cpp)
+
+/// Where a mouse function acts: the widget that receives the events and the object's rectangle in it.
+struct InputTarget
+{
+    QPointer<QWidget> widget;
+    QRect rect;
+    bool itemEnabled = true;    // false for an item whose model disables it
+};
+
+/// The name error texts give an object: its symbolic name when the object map has one.
+QString printableName(QObject *object);
+/// Runs the event loop until \p condition holds or \p timeoutMs (scaled by the time-out factor) passed.
+bool waitUntil(const std::function<bool()> &condition, int timeoutMs);
+/// Lets the application handle what the input caused: window-system and posted events.
+void flushInput();
+/// Moves the mouse to \p pos in \p widget, then presses and releases \p button there (twice, as one
+/// double-click, with \p doubleClick). Returns the explanation when the point cannot be clicked.
+QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
+                    bool doubleClick = false);
+void moveMouse(QWidget *widget, const QPoint &pos);
+/// Whether a person could click \p widget at \p pos: shown, enabled, not blocked by a modal dialog and not
+/// covered there by another widget. The reason when not, else empty.
+QString clickableAt(QWidget *widget, const QPoint &pos);
+/// Brings the widget's window to the front and makes it the active window, as a click on it would.
+void activateWindowOf(QWidget *widget);
+void registerInputFunctions();
+
+/// Adds a function to the global class; one of the same name and parameters is replaced.
+void addGlobalFunction(Object::Ptr (*function)(const ObjectList &, const Class *), const char *name,
+                       const Signature &signature, const Argument &result = Argument());
+/// Parameters of global functions: any object, an int, a text.
+Argument objectParameter(const char *name);
+Argument intParameter(const char *name);
+Argument textParameter(const char *name);
+/// Sets the Inspector's error and returns the null pointer a failed global function gives.
+Object::Ptr failCall(const QString &text);
+
+// ---------------------------------------------------------------------------------------------------------
+// Item views and menus (qtitemviews.cpp)
+
+/// An item of an item view as the model holds it: the view (and the combo box whose pop-up it is) and
+/// the item's index.
+struct ItemRef;
+/// The class "QModelIndex" of item objects; made on first use.
+const Class *itemClass();
+/// The item behind an item object; null for anything else.
+ItemRef *itemOf(const Object::Ptr &object);
+/// The item's name for error texts: its symbolic name when the object map has one.
+QString itemDisplayName(const Object::Ptr &item);
+/// Whether a multi-property name asks for an item (type='QModelIndex').
+bool isItemName(const ObjectName &name);
+/// The item a multi-property name gives, within \p scope when given; with \p report the unmatched
+/// properties are left with the Inspector on failure.
+Object::Ptr findItem(const ObjectName &name, QObject *scope, bool report);
+/// The multi-property name of the item at \p index of \p view (the combo box's, when it is its pop-up).
+QString itemRealName(QAbstractItemView *view, const QModelIndex &index);
+/// The item's view brought to where a person could click the item: the pop-up of a combo box opened,
+/// the item scrolled into view. Fills \p target; the reason when it cannot be done.
+QString itemInputTarget(const Object::Ptr &item, InputTarget *target);
+/// The widget and rectangle a person clicks to trigger \p action: its place in a menu (opening the menus
+/// that lead to it from a menu bar) or its tool button.
+QString actionInputTarget(QAction *action, InputTarget *target);
+/// Opens the menus of \p path ("File|Open...") from a menu bar, a menu or a window with a menu bar and
+/// clicks the last item. The reason on failure.
+QString activateMenuPath(QWidget *start, const QString &path);
+/// The path of a menu item from the menu bar or top menu that holds it, and that holder.
+QString menuPath(QAction *action, QWidget **root);
+/// The item view a viewport belongs to, or null.
+QAbstractItemView *viewOfViewport(QWidget *widget);
+void registerItemFunctions();
+
+// ---------------------------------------------------------------------------------------------------------
+// Screenshots and gestures (qtscreenshot.cpp, qtgesture.cpp)
+
+/// A PNG picture of \p rect of \p widget; empty with the reason in \p error when it cannot be had.
+QByteArray screenshotPng(QWidget *widget, const QRect &rect, QString *error);
+void registerScreenshotFunctions();
+void registerGestureFunctions();
 
 /// The name a record gives an object: its symbolic name in the current object map (created when new), or
 /// its real name without a map.
