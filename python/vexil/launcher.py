@@ -117,7 +117,7 @@ def launch(argv, *, object_map=None, env=None, cwd=None, timeout=30.0, listen=No
         raise LaunchError("cannot start %s: %s" % (argv[0], e.strerror or e)) from None
 
     try:
-        app = _handshake(proc, socket_path, socket_dir, timeout * timeout_factor(), argv[0])
+        app = _handshake(proc, socket_path, socket_dir, timeout * timeout_factor(), argv[0], token)
         if object_map:
             app.load_object_map(object_map)
         return app
@@ -129,7 +129,7 @@ def launch(argv, *, object_map=None, env=None, cwd=None, timeout=30.0, listen=No
         raise
 
 
-def _handshake(proc, socket_path, socket_dir, timeout, name):
+def _handshake(proc, socket_path, socket_dir, timeout, name, token):
     deadline = time.monotonic() + timeout
     # The agent makes its socket once the program's event loop runs: look for it until then.
     while True:
@@ -147,7 +147,7 @@ def _handshake(proc, socket_path, socket_dir, timeout, name):
         time.sleep(0.01)
     try:
         return Application(sock, process=proc, socket_dir=socket_dir, address="local:" + socket_path,
-                           timeout=max(deadline - time.monotonic(), 1.0))
+                           token=token, timeout=max(deadline - time.monotonic(), 1.0))
     except LaunchError as e:
         raise LaunchError("%s: %s" % (name, e)) from None
     except ApplicationGone as e:
