@@ -59,7 +59,7 @@ def pytest_runtest_makereport(item, call):
         png = application.screenshot()
         with open(stem + ".png", "wb") as f:
             f.write(png)
-        report.user_properties.append(("vexil_screenshot", stem + ".png"))
+        _property(item, report, "vexil_screenshot", stem + ".png")
         notes.append("screenshot: " + stem + ".png")
     except Error as e:
         notes.append("no screenshot: %s" % e)
@@ -68,7 +68,7 @@ def pytest_runtest_makereport(item, call):
         tree = object_tree(application, failing_name(exc))
         with open(stem + ".tree.txt", "w", encoding="utf-8") as f:
             f.write(tree)
-        report.user_properties.append(("vexil_object_tree", stem + ".tree.txt"))
+        _property(item, report, "vexil_object_tree", stem + ".tree.txt")
         notes.append("object tree: " + stem + ".tree.txt")
     except Error as e:
         notes.append("no object tree: %s" % e)
@@ -113,3 +113,9 @@ def _walk(objects, depth, lines):
             _walk(obj.children(), depth + 1, lines)
         except Error as e:
             lines.append("%s%s  (%s)" % ("  " * depth, obj.class_name, e))
+
+
+def _property(item, report, name, value):
+    # JUnit XML takes properties from the teardown report, which copies the item's list.
+    item.user_properties.append((name, value))
+    report.user_properties.append((name, value))
