@@ -134,7 +134,6 @@ TEST(Class, LazySuperclassAndInheritanceDepth)
     EXPECT_EQ(leaf->initSuperCalls, 1);     // set up once, on first need
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Member numbering
 
 TEST(ClassMembers, MethodsAreNumberedAlongTheChain)
@@ -274,7 +273,6 @@ TEST(ClassMembers, LateAddedMethods)
     EXPECT_EQ(empty->methodCalls, (std::vector<int>{0}));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Names and namespaces
 
 TEST(Namespace, FullyQualifiedNamesAndLookups)
@@ -330,7 +328,6 @@ TEST(Namespace, DuplicatesReplaceByNameButKeepOrder)
     EXPECT_EQ(ns->getNamespace(QStringLiteral("Child")), c2);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Interfaces
 
 TEST(ClassInterfaces, LookupAlongChainAndConversion)

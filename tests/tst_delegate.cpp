@@ -105,7 +105,6 @@ void withOwnFactory(Body body)
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // Factory
 
 TEST(DelegateFactory, TypesKeysAndOwnership)
@@ -208,7 +207,6 @@ TEST(Delegate, SuperIsTheNearestAncestorsAndIsCached)
     EXPECT_EQ((new CountedDelegate(QStringLiteral("DlgTest_NoSuchClass")))->super(), nullptr);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Hierarchy defaults
 
 TEST(ObjectHierarchyDelegate, ChildrenSkipsNullsAndQualifiedOverrideIsSeen)
@@ -273,7 +271,6 @@ TEST(ObjectHierarchyDelegate, ParentIsFoundDepthFirstFromTheTop)
     EXPECT_EQ(parentData(h->parent(wrapNode(&x))), &c);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Geometry, dump and conversion defaults
 
 TEST(GeometryDelegate, ConversionsBetweenCoordinateSystems)
@@ -333,7 +330,6 @@ TEST(DelegateDefaults, DumpAndConversion)
     EXPECT_FALSE(supportsConversion(nullptr, ConversionDelegate::ConvertString));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Static properties from text
 
 TEST(GenericStaticPropertyDelegate, DeclarationsFromText)

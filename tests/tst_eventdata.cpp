@@ -201,7 +201,6 @@ int countArgs(const EventDataArg &arg)
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // FVector and records
 
 TEST(FVector, ResizeKeepsLeadingElementsAndCopiesAreDeep)
@@ -356,7 +355,6 @@ TEST(EventData, DebugTextsAndDump)
     EXPECT_EQ(capture.text(), "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]\n");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Arguments
 
 TEST(EventDataArg, PrimitiveValuesBecomeText)
@@ -585,7 +583,6 @@ TEST(EventDataArg, SelfReferenceStopsAtTheLimits)
     EXPECT_LE(total, EventDataArg::maxExpandedArguments + 4 * EventDataArg::maxObjectDepth + 1);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Stream form
 
 TEST(EventDataStream, NameFieldDependsOnTheType)
@@ -660,7 +657,6 @@ TEST(EventDataStream, EveryFieldInOrder)
     EXPECT_EQ(bytesOf(read), unknown);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Bad streams
 
 TEST(EventDataBadStream, EveryTruncationFailsAndLeavesBlanks)

@@ -231,7 +231,6 @@ TEST(InspectorPrimitives, OwnedCopiesOfTheRightClass)
     EXPECT_NE(insp->createNull(cls).get(), n.get());
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Settings
 
 TEST(InspectorSettings, BooleansUniquePropertiesAndExtensionCode)
@@ -276,7 +275,6 @@ TEST(InspectorSettings, RecorderFiltersMatchExactlyOrByWildcard)
     EXPECT_TRUE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("a[b")));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Errors
 
 TEST(InspectorErrors, LastErrorConsumesTextAndUnmatchedProperties)
@@ -330,7 +328,6 @@ TEST(InspectorErrors, Unescape2)
     EXPECT_EQ(unescape2(QStringLiteral("\\.x")), QStringLiteral("\\.x"));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Events and enumerators
 
 TEST(InspectorEvents, SendEventNullChecksAndDelegateOrder)
@@ -408,7 +405,6 @@ TEST(InspectorEnumerators, QualifiedAndGlobalNames)
     EXPECT_EQ(insp->enumerator(QStringLiteral("E")), plain);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Top-level objects
 
 TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
@@ -454,7 +450,6 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
     EXPECT_EQ(insp->object(QStringLiteral("early")), early->m_objects[0]);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Lifecycle and forwarding to an installed implementation. These run on an Inspector of their own, as
 // installing an implementation empties the local tables.
 

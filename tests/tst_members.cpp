@@ -172,7 +172,6 @@ QByteArray written(const std::function<void(QDataStream &)> &write)
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // Printed forms
 
 TEST(MemberText, SignaturesMethodsAndConstructors)
@@ -211,7 +210,6 @@ TEST(MemberText, SignaturesMethodsAndConstructors)
     EXPECT_EQ(Signature(Argument(c)).at(-1).name(), "");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Overloads
 
 TEST(MethodList, FirstReachableOverloadWinsOverLaterExactMatch)
@@ -311,7 +309,6 @@ TEST(MethodList, VoidParametersAndPrimitiveConversions)
     EXPECT_EQ(c->raw.args.at(1), args[1]->rawData()); // no conversion needed, none made
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Checks and their messages
 
 TEST(Invocation, ObjectChecksNameTheMethod)
@@ -397,7 +394,6 @@ TEST(Construction, ChoosesFirstFittingConstructorAndReports)
     EXPECT_EQ(c->raw.calls, 2);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Properties
 
 class PropertyTest : public ::testing::Test
@@ -535,7 +531,6 @@ TEST(PropertyDeclarations, ReadersAndUnknownTypes)
     EXPECT_EQ(err.text(), "Property TMDecl::broken has unknown type TMNoSuchType.\n");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Enums and argument comparison
 
 TEST(EnumTest, MaskDetectionKeysAndValues)
@@ -589,7 +584,6 @@ TEST(CompareArgs, SameClassAndTheCharRule)
     EXPECT_FALSE(vexilidl_compare_args(Argument(qc), Argument(ch)));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Conversion and comparison slots
 
 namespace {
@@ -710,7 +704,6 @@ TEST(EventTest, SendGoesToTheInspector)
     EXPECT_EQ(sender->count, 1u);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Stream forms
 
 class StreamTest : public ::testing::Test

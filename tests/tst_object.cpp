@@ -293,7 +293,6 @@ TEST(Object, IsAWalksLazySuperclassChain)
     EXPECT_FALSE(make(dummy, base)->isA(leaf));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Hierarchy
 
 TEST(ObjectHierarchy, FixedAnswersOrTheDelegatesAlongTheChain)
@@ -366,7 +365,6 @@ TEST(ObjectHierarchy, QObjectTypesUseTheQObjectDelegate)
     EXPECT_EQ(make(dummy, own)->name(), QStringLiteral("own"));            // its own delegate comes first
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Conversions
 
 TEST(ObjectConversion, DelegateAnswersWhenItSupportsTheBit)
@@ -425,7 +423,6 @@ TEST(ObjectConversion, ClassConversionIsTheFallbackWithThePointerBit)
     EXPECT_EQ(cls->askedTarget, Inspector::self()->type(Inspector::Double));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // References and casting
 
 TEST(ObjectReference, ReferenceAndDereferenceRules)
@@ -491,7 +488,6 @@ TEST(ObjectCast, ChainCastsAndForcedPrimitives)
     EXPECT_EQ(p->objectClass(), insp->type(Inspector::Double));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Death
 
 TEST(ObjectDeath, InvalidateZombieAndTheDeadClass)
@@ -528,7 +524,6 @@ TEST(ObjectDeath, InvalidateZombieAndTheDeadClass)
     EXPECT_EQ(Inspector::self()->type(QStringLiteral("Dead")), nullptr);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Comparison and debug strings
 
 namespace {

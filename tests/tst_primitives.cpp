@@ -144,7 +144,6 @@ TEST(PrimitiveClasses, VoidAndUndefined)
     EXPECT_EQ(capture.text(), "Can't wrap object to undefined type\n");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Conversion matrix
 
 // Every cell of one source row: short, int, long, int64, bool, double, single char (as its number), text.
@@ -232,7 +231,6 @@ TEST(PrimitiveConversion, TextFormsAndRefusals)
     EXPECT_FALSE(ch->canConvertTo(type(I::Int), true, false, nullptr));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Reading texts as numbers and truth values
 
 TEST(PrimitiveChar, TextParsing)
@@ -279,7 +277,6 @@ TEST(PrimitiveChar, ShapesReadDifferently)
     EXPECT_EQ(type(I::Char)->wrap(nullptr, ObjectAttribute(2))->toString(), "");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Text and debug forms
 
 TEST(PrimitiveText, SingleValuesArraysAndDebugForms)
@@ -306,7 +303,6 @@ TEST(PrimitiveText, SingleValuesArraysAndDebugForms)
     EXPECT_EQ(texts({ "a", "b" })->toDebugString(), "[a, b] : char*[]");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Writing values
 
 TEST(PrimitiveFrom, NumbersAndTruthValues)
@@ -354,7 +350,6 @@ TEST(PrimitiveFrom, CharShapes)
     EXPECT_EQ(list->toString(), "[x, b]");
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Ownership: storage is freed once, by the class that wrapped it, and foreign storage never.
 
 TEST(PrimitiveOwnership, ForeignStorageIsWrittenButNotFreed)
@@ -397,7 +392,6 @@ TEST(PrimitiveOwnership, NullStorageCastAndInvalidation)
     EXPECT_EQ(cast->toInteger(), 70000); // still an int underneath, and freed as one
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Stream form
 
 namespace {
@@ -478,7 +472,6 @@ TEST(PrimitiveStream, ShortStreamsLeaveTheValueAndNullTextsRoundTrip)
     EXPECT_TRUE(t->isNull());
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Comparison, wrap and unwrap
 
 TEST(PrimitiveCompare, NumbersByFirstElementTextsByBytes)

@@ -1,4 +1,5 @@
-// class.cpp: classes, lazy superclass and member tables with global numbering, interfaces and namespaces.
+// class.cpp: classes, lazy superclass and member tables with global numbering, interfaces, remote classes and
+// namespaces. Calls go through invocation.cpp, conversions through conversion.cpp.
 #include "object.h"
 #include "object_p.h"
 
@@ -7,6 +8,7 @@
 
 #include <QDataStream>
 
+#include <cstring>
 #include <memory>
 
 namespace Vexil {
@@ -33,6 +35,21 @@ void deleteAll(std::vector<T *> &v)
 
 } // namespace
 
+int Internal::primitiveIndex(const Class *c)
+{
+    if (!c)
+        return -1;
+    const int id = c->classId();
+    if (id < 0 || id > Inspector::Undefined)
+        return -1;
+    return Inspector::self()->type(id) == c ? id : -1;
+}
+
+bool Internal::isVoidClass(const Class *c)
+{
+    return c && c->classId() == Inspector::Void && std::strcmp(c->name(), "void") == 0;
+}
+
 void vexil_register_qobject_type(const char *name)
 {
     if (!s_qobjectTypes)
@@ -51,7 +68,6 @@ bool vexil_is_qobject_type(const QString &name)
     return false;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Construction and registration
 
 Class::Class()
@@ -155,7 +171,6 @@ QString Class::fullyQualifiedClassName() const
     return result;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Hierarchy
 
 int Class::inheritanceDepth(const Class *ancestor) const
@@ -175,7 +190,6 @@ bool Class::isSubClassOf(const Class *c) const
     return inheritanceDepth(c) >= 0;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Default slots
 
 void Class::writeObject(QDataStream &stream) const
@@ -276,7 +290,6 @@ Object::Ptr Class::convertToInternal(Object::Ptr, const Class *, bool) const
     return Object::Ptr();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Member counts and offsets
 
 void Class::setNumMethods(int n)
@@ -378,7 +391,6 @@ int Class::numEnums() const
     return positive(d->declaredEnums) + superClassOffset(EnumOffset);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Lazy tables
 
 void Class::initMethods() const
@@ -435,7 +447,6 @@ void Class::initEnums() const
         d->enums[size_t(k)] = createEnum(offset + k);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Lookup by index: own members when the index is at or above the offset, else the superclass's.
 
 const Method *Class::method(int index) const
@@ -514,7 +525,6 @@ const Enum *Class::enumerator(int index) const
     return nullptr;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Lookup by name: own class first, then ancestors.
 
 MethodList Class::methods(const QString &name) const
@@ -583,7 +593,6 @@ Object::Ptr Class::createNull() const
     return Inspector::self()->createNull(this);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Interfaces
 
 void Class::addInterface(const Interface *iface)
@@ -613,7 +622,14 @@ Interface::Interface(const char *name, Namespace *ns)
 
 Interface::~Interface() = default;
 
-// ---------------------------------------------------------------------------------------------------------
+RemoteClassBase::RemoteClassBase(int contextId)
+    : Class()
+    , m_contextId(contextId)
+{
+}
+
+RemoteClassBase::~RemoteClassBase() = default;
+
 // Namespaces
 
 Namespace::Namespace()

@@ -33,7 +33,6 @@ void invalidateDelegateLookups()
         s_lookupGeneration = 1;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Delegate
 
 Delegate::Delegate(const QString &className, Type type)
@@ -64,7 +63,6 @@ const Delegate *Delegate::super() const
     return m_super;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // DelegateFactory
 
 DelegateFactory *DelegateFactory::selfPtr = nullptr;
@@ -159,7 +157,6 @@ std::vector<const Delegate *> DelegateFactory::delegatesForType(Delegate::Type t
     return result;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // ObjectHierarchyDelegate
 
 ObjectHierarchyDelegate::ObjectHierarchyDelegate(const QString &className)
@@ -259,7 +256,6 @@ Object::Ptr ObjectHierarchyDelegate::recursiveParent(Object::Ptr candidate, Obje
     return Object::Ptr();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // GeometryDelegate
 
 GeometryDelegate::GeometryDelegate(const QString &className)
@@ -297,7 +293,6 @@ Point<NativeCoordinates> GeometryDelegate::relativeToNative(Object::Ptr object, 
     return Point<NativeCoordinates>{p.valid, p.x, p.y, p.screen};
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // DumpObjectTreeDelegate
 
 DumpObjectTreeDelegate::DumpObjectTreeDelegate(const QString &className)
@@ -353,7 +348,6 @@ bool DumpObjectTreeDelegate::simplifiedType(Object::Ptr, QString *) const
     return false;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Static properties
 
 StaticPropertyDelegate::StaticPropertyDelegate(const QString &className)
@@ -404,7 +398,6 @@ const PropertyDeclaration *GenericStaticPropertyDelegate::propertyDeclaration(in
     return index >= 0 && size_t(index) < m_declarations.size() ? m_declarations[size_t(index)] : nullptr;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Serialize, conversion, comparison, cast
 
 SerializeDelegate::SerializeDelegate(const QString &className)
@@ -478,7 +471,6 @@ CastDelegate::CastDelegate(const QString &className)
 
 CastDelegate::~CastDelegate() = default;
 
-// ---------------------------------------------------------------------------------------------------------
 // Callbacks registered with the Inspector
 
 SendEventDelegate::SendEventDelegate()

@@ -329,7 +329,6 @@ void recordArguments(EventData &data, const Signature *signature, const ObjectLi
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // EventDataArg
 
 EventDataArg::EventDataArg()
@@ -384,7 +383,6 @@ void EventDataArg::readObject(QDataStream &stream)
     readArgument(stream, *this, 0);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // EventData
 
 EventData::EventData()

@@ -109,7 +109,6 @@ void Inspector::setInspectorInterfaceImpl(InspectorInterface *impl)
     m_impl = impl;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Top-level objects
 
 void Inspector::setupPropertyDelegate() const
@@ -207,7 +206,6 @@ ObjectList Inspector::objects() const
     return result;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Classes and namespaces
 
 int Inspector::numClasses() const
@@ -311,7 +309,6 @@ Namespace *Inspector::globalNamespace() const
     return nameSpace(m_globalNamespaceIndex);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Primitive values: a heap copy the new object owns.
 
 namespace {
@@ -424,7 +421,6 @@ Object::Ptr Inspector::voidObject() const
     return m_voidObject;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Events
 
 void Inspector::sendEvent(const Event *event, Object::Ptr object, const ObjectList &args) const
@@ -441,7 +437,6 @@ void Inspector::sendEvent(const Event *event, Object::Ptr object, const ObjectLi
     InspectorInterface::sendEvent(event, object, args);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Settings
 
 void Inspector::addPropertyDelegate(const QString &className, const QStringList &declarations)
@@ -571,7 +566,6 @@ bool Inspector::matchRecordFilter(const QString &key, const QString &value) cons
     return false;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Errors and unmatched properties
 
 void Inspector::setError(const QString &text)
@@ -620,7 +614,6 @@ QMap<QString, QStringList> Inspector::unmatchedProperties() const
     return m_unmatchedProperties;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Remote calls
 
 QVariant Inspector::call(const QString &name, const FList<QVariant> &args)

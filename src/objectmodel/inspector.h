@@ -2,7 +2,7 @@
 #ifndef VEXIL_INSPECTOR_H
 #define VEXIL_INSPECTOR_H
 
-#include "interface.h"
+#include "inspectorinterface.h"
 #include "object.h"
 #include "vexil_export.h"
 

@@ -158,7 +158,6 @@ const Class *Object::classOfTheDead()
     return theDead();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Delegates
 
 void Object::clearDelegates() const
@@ -232,7 +231,6 @@ const ComparisonDelegate *Object::comparisonDelegate() const
     return m_comparison;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Hierarchy
 
 int Object::numChildren() const
@@ -285,7 +283,6 @@ int Object::wrapperType() const
     return h ? h->wrapperType(self()) : 0;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Streams
 
 void Object::streamObject(QDataStream &) const
@@ -306,7 +303,6 @@ void Object::readObject(QDataStream &stream)
     objectFromStream(stream);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Conversion to and from primitives
 
 namespace {
@@ -422,7 +418,6 @@ bool Object::isNull() const
     return data == nullptr;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // References and casting
 
 Object::Ptr Object::reference() const
@@ -467,7 +462,6 @@ Object::Ptr Object::castTo(const Class *target)
     return self();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Debug string
 
 QString Object::toDebugString() const
@@ -499,7 +493,6 @@ QString Object::toDebugString() const
     return out;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // ObjectList
 
 namespace {
@@ -528,8 +521,7 @@ const Object::Ptr &ObjectList::at(size_t i) const
     return m_items[i];
 }
 
-// ---------------------------------------------------------------------------------------------------------
-// Remote objects and classes
+// Remote objects
 
 RemoteObjectBase::RemoteObjectBase(const Class *cls, unsigned int contextId)
     : Object(nullptr, cls, ObjectAttribute())
@@ -538,13 +530,5 @@ RemoteObjectBase::RemoteObjectBase(const Class *cls, unsigned int contextId)
 }
 
 RemoteObjectBase::~RemoteObjectBase() = default;
-
-RemoteClassBase::RemoteClassBase(int contextId)
-    : Class()
-    , m_contextId(contextId)
-{
-}
-
-RemoteClassBase::~RemoteClassBase() = default;
 
 } // namespace Vexil

@@ -21,6 +21,19 @@ class StaticPropertyDelegate;
 unsigned int delegateLookupGeneration();
 void invalidateDelegateLookups();
 
+// Small class and object tests shared by the member, invocation and conversion units.
+namespace Internal {
+
+// The primitive index (0 to 8) of \p c, or -1 for any other class.
+int primitiveIndex(const Class *c);
+bool isVoidClass(const Class *c);
+inline bool isPointer(const Object::Ptr &object)
+{
+    return (object->objectAttribute().flags & ObjectAttribute::Pointer) != 0;
+}
+
+} // namespace Internal
+
 class ClassPrivate
 {
 public:

@@ -1,4 +1,6 @@
 // objectname.cpp: the multi-property name syntax, its printed form, PropertyValue and ObjectName.
+#include "objectname.h"
+
 #include "objectmap.h"
 
 namespace Vexil {

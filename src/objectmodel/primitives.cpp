@@ -444,7 +444,6 @@ Object *(*const s_objectMakers[])(void *, const Class *, const ObjectAttribute &
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // Value classes
 
 VexilValueClass::VexilValueClass(int type)
@@ -692,7 +691,6 @@ void vexil_register_primitives()
     new VexilClass_undefined();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Value objects
 
 VexilValueObject::VexilValueObject(void *data, const Class *cls, const ObjectAttribute &attr, int type)
@@ -848,7 +846,6 @@ void VexilValueObject::fromBoolean(bool value)
         writeElement(m_type, data, 0, Scalar::boolean(value));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Characters and texts
 
 VexilObject_char::VexilObject_char(void *data, const Class *cls, const ObjectAttribute &attr)
@@ -1070,7 +1067,6 @@ void VexilObject_char::fromBoolean(bool value)
     setCharOrText(value ? 1 : 0, value ? QByteArrayLiteral("true") : QByteArrayLiteral("false"));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // The void object
 
 VexilObject_void::VexilObject_void(void *data, const Class *cls, const ObjectAttribute &attr)
@@ -1085,7 +1081,6 @@ int VexilObject_void::numChildren() const
     return 0;
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // wrap / unwrap
 
 Object::Ptr wrap(int value)

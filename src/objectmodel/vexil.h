@@ -2,11 +2,15 @@
 #ifndef VEXIL_H
 #define VEXIL_H
 
+#include "sharedptr.h"
 #include "object.h"
+#include "members.h"
+#include "class.h"
 #include "eventdata.h"
-#include "interface.h"
+#include "inspectorinterface.h"
 #include "inspector.h"
 #include "delegate.h"
+#include "objectname.h"
 #include "objectmap.h"
 #include "primitives.h"
 #include "arrayclass.h"

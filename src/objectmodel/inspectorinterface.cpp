@@ -1,5 +1,5 @@
-// interface.cpp: the parts of the Inspector's interface that every implementation shares.
-#include "interface.h"
+// inspectorinterface.cpp: the parts of the Inspector's interface that every implementation shares.
+#include "inspectorinterface.h"
 
 #include "delegate.h"
 #include "inspector.h"
