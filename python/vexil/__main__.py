@@ -7,7 +7,7 @@ import sys
 
 from . import Error, attach, launch
 from .objectmap import extend_object_map
-from .recorder import generate_test, used_names
+from .recorder import generate_test, nested_names, used_names
 
 
 def _start(args, env=None):
@@ -42,24 +42,38 @@ def record(args):
     records = []
     print("Recording %s: use the program, then close it or press Ctrl+C here." % app.program, file=sys.stderr)
     app.start_recording()
+
+    def resolve():
+        # Ask while the program lives: the next record may be the one that closes it.
+        pending = used_names(records)
+        while pending:
+            name = pending.pop()
+            if name not in real_names:
+                real_names[name] = app.object_map("realName", name)[0]
+                pending += nested_names(real_names[name])
+                print("  " + name, file=sys.stderr)
+
     try:
         while app.is_running():
-            records = app.pushed_records(timeout=0.2)
-            for name in used_names(records):
-                if name not in real_names:
-                    # Ask while the program lives: it may be closed by the next record.
-                    real_names[name] = app.object_map("realName", name)[0]
-                    print("  " + name, file=sys.stderr)
+            records = app.pushed_records(timeout=0.5)
+            resolve()
+        records = app.pushed_records()
     except KeyboardInterrupt:
         try:
             records = app.stop_recording()
-            for name in used_names(records):
-                if name not in real_names:
-                    real_names[name] = app.object_map("realName", name)[0]
         except Error:
-            pass
-    finally:
-        app.close()
+            records = app.pushed_records()
+    except Error:
+        pass
+    try:
+        resolve()
+    except Error:
+        pass
+    app.close()
+    unknown = [n for n in used_names(records) if n not in real_names]
+    if unknown:
+        print("the program closed before these names could be looked up; add them to the map by hand: "
+              + ", ".join(unknown), file=sys.stderr)
     added = extend_object_map(object_map, real_names)
     with open(args.output, "w", encoding="utf-8") as f:
         f.write(generate_test(records, app_command=args.app,

@@ -201,6 +201,7 @@ class Application:
             self._invalidated.add(reader.u64())
         elif kind == codec.PUSH_RECORD:
             self._recorded.append(Record(reader.value()))
+            return True
 
     def _members(self, class_name):
         """(property names, method names) of a class and its superclasses, asked once per class."""
@@ -310,7 +311,7 @@ class Application:
         return [Record(r) for r in records]
 
     def pushed_records(self, timeout=0.0):
-        """Records pushed so far while recording (waiting up to `timeout` for more); they are kept."""
+        """Records pushed so far while recording, waiting up to `timeout` for the next; they are kept."""
         if timeout > 0 and not self._gone:
             try:
                 self._conn.pump(timeout)

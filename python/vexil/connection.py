@@ -70,18 +70,18 @@ class Connection:
         deadline = time.monotonic() + timeout
         while True:
             got = self._next_frame(deadline, timeout)
-            if got is None:
+            if got is None or got is True:
                 continue
             answer_id, answer_kind, answer_body = got
             if answer_id == request_id:
                 return answer_kind, answer_body
 
     def pump(self, timeout):
-        """Handles pushes for up to `timeout` seconds (answers arriving meanwhile are stale and dropped)."""
+        """Handles pushes until one the callback answers True for, or `timeout` seconds passed."""
         deadline = time.monotonic() + timeout
         try:
-            while True:
-                self._next_frame(deadline, timeout)
+            while self._next_frame(deadline, timeout) is not True:
+                pass
         except TimeoutError:
             pass
 
@@ -95,8 +95,7 @@ class Connection:
             self._receive(deadline, timeout)
             return None
         if got[0] == 0:
-            self.on_push(got[1], got[2])
-            return None
+            return self.on_push(got[1], got[2]) or None
         return got
 
     def _receive(self, deadline, timeout):

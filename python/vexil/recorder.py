@@ -165,3 +165,8 @@ def used_names(records):
             if name.startswith(":") and name not in names:
                 names.append(name)
     return names
+
+
+def nested_names(real_name):
+    """Symbolic names a real name refers to (window=':Main_QMainWindow'), which the map must hold too."""
+    return re.findall(r"='(:(?:[^'\\]|\\.)*)'", real_name)
