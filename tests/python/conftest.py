@@ -28,7 +28,8 @@ def agent_or_skip():
 @pytest.fixture
 def demo_path():
     agent_or_skip()
-    found = [str(p) for p in DEMO_CANDIDATES if p.is_file()]
+    found = [os.environ["VEXIL_DEMO_APP"]] if os.environ.get("VEXIL_DEMO_APP") else \
+        [str(p) for p in DEMO_CANDIDATES if p.is_file()]
     if not found:
         pytest.skip("demo program not built (cmake --build build --target demoapp)")
     return found[0]
