@@ -1,0 +1,43 @@
+"""Shared set-up: the package from the source tree, and the programs the end-to-end tests drive."""
+import os
+import sys
+from pathlib import Path
+
+import pytest
+
+ROOT = Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "python"))
+# pytest runs started by the plugin tests import the package from here too.
+os.environ["PYTHONPATH"] = os.pathsep.join(filter(None, [str(ROOT / "python"), os.environ.get("PYTHONPATH")]))
+
+import vexil  # noqa: E402
+
+CALCULATOR = "/usr/lib/x86_64-linux-gnu/qt5/examples/widgets/widgets/calculator/calculator"
+DEMO_CANDIDATES = [ROOT / b / "examples" / "demoapp" / n for b in ("build", "build-test")
+                   for n in ("vexil-demo", "demoapp")]
+pytest_plugins = ["pytester"]
+
+
+def agent_or_skip():
+    try:
+        return vexil.agent_library()
+    except vexil.LaunchError as e:
+        pytest.skip(str(e))
+
+
+@pytest.fixture
+def demo_path():
+    agent_or_skip()
+    found = [os.environ["VEXIL_DEMO_APP"]] if os.environ.get("VEXIL_DEMO_APP") else \
+        [str(p) for p in DEMO_CANDIDATES if p.is_file()]
+    if not found:
+        pytest.skip("demo program not built (cmake --build build --target demoapp)")
+    return found[0]
+
+
+@pytest.fixture
+def calculator_path():
+    agent_or_skip()
+    if not os.access(CALCULATOR, os.X_OK):
+        pytest.skip("Debian's qtbase5-examples is not installed")
+    return CALCULATOR
