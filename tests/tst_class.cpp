@@ -26,7 +26,7 @@ public:
         setNumProperties(properties);
         setNumConstructors(constructors);
     }
-    void initSuperClass() const override
+    void initSuperClass() override
     {
         ++initSuperCalls;
         setSuperClass(m_super);
@@ -72,8 +72,36 @@ public:
         , m_super(super)
     {
     }
-    void initSuperClass() const override { setSuperClass(m_super); }
+    void initSuperClass() override { setSuperClass(m_super); }
     const Class *m_super;
+};
+
+// A wrapper class written the way wrapper authors are told to: a non-const initSuperClass() naming the base.
+class DocumentedWrapper : public Class
+{
+public:
+    DocumentedWrapper(const char *name, const Class *base, int methods)
+        : Class(name, true)
+        , m_base(base)
+    {
+        setNumMethods(methods);
+    }
+    void initSuperClass() override { setSuperClass(m_base); }
+    Method *createMethod(int index) const override
+    {
+        return new Method(this, Argument(), QStringLiteral("%1_%2").arg(QLatin1String(name())).arg(index),
+                          Signature(), false, index);
+    }
+
+private:
+    const Class *m_base;
+};
+
+class NamedSerializer : public SerializeDelegate
+{
+public:
+    explicit NamedSerializer(const QString &cls) : SerializeDelegate(cls) { }
+    QString toDebugString(Object::Ptr) const override { return QStringLiteral("serialized as ") + className(); }
 };
 
 int dummy[4];
@@ -132,6 +160,30 @@ TEST(Class, LazySuperclassAndInheritanceDepth)
     EXPECT_TRUE(leaf->isSubClassOf(root));
     EXPECT_EQ(leaf->superClass(), mid);
     EXPECT_EQ(leaf->initSuperCalls, 1);     // set up once, on first need
+}
+
+TEST(Class, WrapperOverridingNonConstInitSuperClassFormsItsChain)
+{
+    DocumentedWrapper *base = new DocumentedWrapper("ClsTest_DocBase", nullptr, 2);
+    DocumentedWrapper *derived = new DocumentedWrapper("ClsTest_DocDerived", base, 1);
+    new NamedSerializer(QStringLiteral("ClsTest_DocBase"));
+    Object::Ptr obj(new Object(dummy, derived, ObjectAttribute(ObjectAttribute::Pointer, 0)));
+
+    EXPECT_TRUE(obj->isA(base));
+    EXPECT_EQ(derived->inheritanceDepth(base), 1);
+
+    ASSERT_TRUE(obj->serializeDelegate());
+    EXPECT_EQ(obj->toDebugString(), QStringLiteral("serialized as ClsTest_DocBase"));
+
+    ASSERT_EQ(derived->numMethods(), 3);
+    ASSERT_TRUE(derived->method(1));
+    EXPECT_EQ(derived->method(1)->name(), QStringLiteral("ClsTest_DocBase_1"));
+    ASSERT_TRUE(derived->method(2));
+    EXPECT_EQ(derived->method(2)->name(), QStringLiteral("ClsTest_DocDerived_2"));
+
+    Object::Ptr up = obj->castTo(base);
+    EXPECT_EQ(up->objectClass(), base);
+    EXPECT_EQ(up->castTo(derived)->objectClass(), derived);
 }
 
 // Member numbering

@@ -18,7 +18,7 @@ class ChainClass : public Class
 {
 public:
     ChainClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() const override
+    void initSuperClass() override
     {
         ++initSuperCalls;
         if (!neverSetsUp)

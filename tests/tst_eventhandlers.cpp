@@ -12,7 +12,7 @@ class ChainClass : public Class
 {
 public:
     ChainClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() const override { setSuperClass(m_super); }
+    void initSuperClass() override { setSuperClass(m_super); }
     const Class *m_super;
 };
 

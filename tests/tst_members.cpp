@@ -54,7 +54,7 @@ public:
         setNumMethods(int(entries.size()));
     }
 
-    void initSuperClass() const override { setSuperClass(superclass); }
+    void initSuperClass() override { setSuperClass(superclass); }
     Method *createMethod(int i) const override
     {
         const MethodEntry &s = entries.at(size_t(i - superClassOffset(MethodOffset)));

@@ -43,7 +43,7 @@ class TestClass : public Class
 {
 public:
     explicit TestClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() const override
+    void initSuperClass() override
     {
         ++initSuperCalls;
         setSuperClass(m_super);

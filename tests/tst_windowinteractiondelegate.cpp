@@ -17,7 +17,7 @@ class WindowClass : public Class
 {
 public:
     WindowClass(const char *name, const Class *base) : Class(name, true), m_base(base) { }
-    void initSuperClass() const override { setSuperClass(m_base); }
+    void initSuperClass() override { setSuperClass(m_base); }
 
 private:
     const Class *m_base;

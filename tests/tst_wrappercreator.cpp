@@ -42,7 +42,7 @@ class WcWidget : public Class
 public:
     explicit WcWidget(const char *name) : Class(name, true) { setNumEnums(1); }
 
-    void initSuperClass() const override
+    void initSuperClass() override
     {
         ++superClassSetups;
         setSuperClass(Inspector::self()->type(QStringLiteral("WcBase")));

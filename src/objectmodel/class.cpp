@@ -132,7 +132,7 @@ void Class::registerClass()
     d->classId = Inspector::self()->registerClass(this);
 }
 
-void Class::setSuperClass(const Class *superClass) const
+void Class::setSuperClass(const Class *superClass)
 {
     d->superClass = superClass;
     invalidateDelegateLookups();
@@ -156,7 +156,10 @@ int Class::classId() const
 const Class *Class::superClass() const
 {
     if (d->superClass == uninitialized) {
-        initSuperClass();
+        // Every reader of the chain is const, but the link is filled in on first need by the class's own
+        // initSuperClass(), which wrappers override as a non-const slot. Classes are always made with new,
+        // never as const objects, so casting the const away here is sound.
+        const_cast<Class *>(this)->initSuperClass();
         if (d->superClass == uninitialized)
             return nullptr;
     }
@@ -240,7 +243,7 @@ void Class::deleteObjectData(void *, const ObjectAttribute &) const
 {
 }
 
-void Class::initSuperClass() const
+void Class::initSuperClass()
 {
     setSuperClass(nullptr);
 }

@@ -63,7 +63,7 @@ public:
                                       void **converter) const;
     virtual Object::Ptr convertToTolerant(Object::Ptr object, const Class *target, bool targetIsPointer) const;
     virtual QString realType(const QString &typeName) const;
-    virtual void initSuperClass() const;
+    virtual void initSuperClass();
     virtual Constructor *createConstructor(int index) const;
     virtual Method *createMethod(int index) const;
     virtual Property *createProperty(int index) const;
@@ -81,7 +81,7 @@ public:
     void init();
     void registerClass();
     /// Stores the superclass; subclasses call it from initSuperClass().
-    void setSuperClass(const Class *superClass) const;
+    void setSuperClass(const Class *superClass);
 
     /// Short name as given to the constructor (Latin-1).
     const char *name() const;

@@ -578,7 +578,7 @@ QtClass::~QtClass()
     classes().remove(m_metaObject);
 }
 
-void QtClass::initSuperClass() const
+void QtClass::initSuperClass()
 {
     setSuperClass(m_metaObject->superClass() ? classForMetaObject(m_metaObject->superClass()) : nullptr);
 }

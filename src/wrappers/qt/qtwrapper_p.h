@@ -83,7 +83,7 @@ public:
 
     const QMetaObject *metaObject() const { return m_metaObject; }
 
-    void initSuperClass() const override;
+    void initSuperClass() override;
     Property *createProperty(int index) const override;
     Method *createMethod(int index) const override;
     Event *createEvent(int index) const override;
