@@ -156,7 +156,7 @@ public:
         setNumEnums(0);
     }
 
-    void initSuperClass() const override { setSuperClass(nullptr); }
+    void initSuperClass() override { setSuperClass(nullptr); }
 
     Property *createProperty(int index) const override
     {
