@@ -4,6 +4,7 @@
 #include "delegate.h"
 #include "eventdata.h"
 #include "inspector.h"
+#include "objectmap.h"
 
 #include <QAbstractEventDispatcher>
 #include <QBuffer>
@@ -38,6 +39,10 @@ public:
         record.insert(QStringLiteral("text"), QString::fromStdString(data.toDebugString()));
         record.insert(QStringLiteral("type"), qlonglong(data.type));
         record.insert(QStringLiteral("object"), data.objectId);
+        // The real name too, so a recorder can keep the map even when the program is gone by then.
+        const ObjectMap *map = ObjectMap::self();
+        record.insert(QStringLiteral("realName"),
+                      map && data.objectId.startsWith(QLatin1Char(':')) ? map->realName(data.objectId) : data.objectId);
         record.insert(QStringLiteral("name"), data.type == EventData::EventType ? data.eventName : data.methodName);
         record.insert(QStringLiteral("data"), bytes);
         m_agent->recordRecord(record);

@@ -8,7 +8,6 @@
 #include "qtwrapper.h"
 
 #include <QApplication>
-#include <QBuffer>
 #include <QDataStream>
 #include <QTimer>
 #include <QWidget>
@@ -69,6 +68,13 @@ QString recordedName(const Object::Ptr &object)
         return object->toString();
     const QString real = QtWrapper::realName(q);
     return ObjectMap::self() ? ObjectMap::self()->symbolicName(real, true) : real;
+}
+
+// Window functions are recorded as calls; input functions are not, because the wrapper's recorder already
+// records the clicks and keys they produce, as it would a person's.
+bool isRecordedCall(const QString &function)
+{
+    return function.startsWith(QLatin1String("_vexil_window_"));
 }
 
 } // namespace
@@ -343,7 +349,7 @@ void RequestHandler::step()
                     failTo(reply, Protocol::InvocationError, QStringLiteral("no global function '%1'").arg(member));
                     return;
                 }
-                if (agent->isRecording())
+                if (agent->isRecording() && isRecordedCall(member))
                     insp->recordEvent(EventData(member, QStringList(recordedName(object)), QString()));
                 call = [methods, all]() { return methods.invoke(Object::Ptr(), all); };
             }
@@ -498,7 +504,7 @@ void RequestHandler::call()
         fail(Protocol::InvocationError, QStringLiteral("no global function '%1'").arg(name));
         return;
     }
-    if (m_agent->isRecording()) {
+    if (m_agent->isRecording() && isRecordedCall(name)) {
         QStringList names;
         for (const Object::Ptr &a : args)
             names.append(QtWrapper::qobjectOf(a) ? recordedName(a) : a->toString());
@@ -635,31 +641,20 @@ void RequestHandler::screenshot()
     m_in >> handle;
     if (!bodyRead())
         return;
-    QWidget *widget = nullptr;
+    QString error;
+    QByteArray png;
     if (handle != 0) {
         const Object::Ptr object = resolve(handle);
         if (!object)
             return;
-        widget = qobject_cast<QWidget *>(QtWrapper::qobjectOf(object));
-        if (!widget) {
-            fail(Protocol::InvocationError, QStringLiteral("only widgets can be grabbed"));
-            return;
-        }
+        png = QtWrapper::objectScreenshotPng(object, &error);
     } else {
-        widget = QApplication::activeWindow();
-        for (QWidget *w : QtWrapper::topLevelWidgets()) {
-            if (!widget && w->isVisible())
-                widget = w;
-        }
-        if (!widget) {
-            fail(Protocol::InvocationError, QStringLiteral("no window is shown"));
-            return;
-        }
+        png = QtWrapper::screenshotPng(nullptr, &error);
     }
-    QByteArray png;
-    QBuffer buffer(&png);
-    buffer.open(QIODevice::WriteOnly);
-    widget->grab().save(&buffer, "PNG");
+    if (png.isEmpty()) {
+        fail(Protocol::InvocationError, error.isEmpty() ? QStringLiteral("nothing to grab") : error);
+        return;
+    }
     ok(bodyOf([&](QDataStream &out) { out << png; }));
 }
 

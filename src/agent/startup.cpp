@@ -1,6 +1,7 @@
 // startup.cpp: how the agent gets into an unmodified program. While the library is being preloaded it only
-// reads and cleans the environment (no Qt calls: no QCoreApplication exists and threads may not either). Qt
-// then calls us from its start-up contract on the GUI thread, and the real work is queued to the event loop.
+// hooks Qt's start-up (no Qt calls: no QCoreApplication exists yet). Qt then calls us from its start-up
+// contract on the GUI thread; we take the launcher's request from the environment and queue the real work
+// to the event loop.
 #include "agent.h"
 
 #include "objectmap.h"
@@ -28,6 +29,7 @@ struct RawConfig
     std::string socketPath, listen, token, timeoutFactor;
 };
 RawConfig *g_config = nullptr;
+const char *g_selfPath = nullptr;
 bool g_started = false;
 QHooks::StartupCallback g_previousStartup = nullptr;
 
@@ -115,11 +117,22 @@ void startOnEventLoop()
 
 // Runs at the end of the QCoreApplication constructor: the QApplication part is not built yet, so look at
 // the program once its event loop runs.
+// The first process that starts Qt takes the launcher's request and cleans the environment, so that a
+// wrapper script in front of the program passes the request on, and the program's own children do not
+// inherit it.
 void onQtStartup()
 {
-    if (!g_config || g_started)
+    if (g_started || !std::getenv("VEXIL_AGENT_SOCKET"))
         return;
     g_started = true;
+    removeSelfFromPreload(g_selfPath);
+    g_config = new RawConfig;
+    g_config->socketPath = takeEnv("VEXIL_AGENT_SOCKET");
+    g_config->listen = takeEnv("VEXIL_AGENT_LISTEN");
+    g_config->token = takeEnv("VEXIL_AGENT_TOKEN");
+    // The time-out factor stays: the program's children and the wrapper may scale by it too.
+    const char *factor = std::getenv("VEXIL_TIMEOUT_FACTOR");
+    g_config->timeoutFactor = factor ? factor : "";
     QTimer::singleShot(0, QCoreApplication::instance(), &startOnEventLoop);
 }
 
@@ -144,18 +157,12 @@ Q_COREAPP_STARTUP_FUNCTION(vexilAgentStartup)
 __attribute__((constructor)) static void vexilAgentLoaded()
 {
     using namespace Vexil::Agent;
-    Dl_info info;
-    const char *selfPath = dladdr(reinterpret_cast<void *>(&vexilAgentLoaded), &info) ? info.dli_fname : nullptr;
-    removeSelfFromPreload(selfPath);
+    // Only remember who we are and hook Qt's start-up; Qt is not usable yet, and this may not even be the
+    // process that runs Qt (a shell script in front of the program).
     if (!std::getenv("VEXIL_AGENT_SOCKET"))
-        return; // not launched for it: stay inert
-    g_config = new RawConfig;
-    g_config->socketPath = takeEnv("VEXIL_AGENT_SOCKET");
-    g_config->listen = takeEnv("VEXIL_AGENT_LISTEN");
-    g_config->token = takeEnv("VEXIL_AGENT_TOKEN");
-    // The time-out factor stays: the program's children and the wrapper may scale by it too.
-    const char *factor = std::getenv("VEXIL_TIMEOUT_FACTOR");
-    g_config->timeoutFactor = factor ? factor : "";
+        return;
+    Dl_info info;
+    g_selfPath = dladdr(reinterpret_cast<void *>(&vexilAgentLoaded), &info) ? info.dli_fname : nullptr;
     g_previousStartup = reinterpret_cast<QHooks::StartupCallback>(qtHookData[QHooks::Startup]);
     qtHookData[QHooks::Startup] = reinterpret_cast<quintptr>(&onStartupHook);
 }
