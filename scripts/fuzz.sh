@@ -14,7 +14,7 @@ case "$seconds" in
     '' | *[!0-9]*) echo "usage: $0 [SECONDS]" >&2; exit 2 ;;
 esac
 parallel=${VEXIL_FUZZ_JOBS:-1}
-read -r -a targets <<< "${VEXIL_FUZZ_TARGETS:-objectname objectmap touchxml eventdata primitives descriptors}"
+read -r -a targets <<< "${VEXIL_FUZZ_TARGETS:-objectname objectmap touchxml eventdata primitives descriptors agentframes}"
 
 # What the library needs, then the compiler and the libFuzzer runtime, only when missing.
 scripts/install-deps.sh clang libclang-rt-14-dev

@@ -12,6 +12,11 @@ cmake -S . -B build-test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXIL_BUILD_BENCHMA
 cmake --build build-test -j"$jobs"
 (cd build-test && ctest --output-on-failure -j"$jobs" --timeout 300)
 
+echo "== Python client and pytest plugin (Debian's python3, against real programs under the agent)"
+VEXIL_AGENT_LIBRARY="$PWD/build-test/src/agent/libvexil_agent.so" \
+VEXIL_DEMO_APP="$PWD/build-test/examples/demoapp/vexil-demo" \
+    /usr/bin/python3 -m pytest tests/python -q -n "$jobs" -p no:cacheprovider
+
 echo "== Sanitizer build (AddressSanitizer, UndefinedBehaviorSanitizer)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DVEXIL_SANITIZE=ON -DVEXIL_BUILD_EXAMPLES=OFF >/dev/null
 cmake --build build-asan -j"$jobs"

@@ -332,6 +332,23 @@ QString qtDependencyProblem(const QString &program)
     return QStringLiteral("%1 is not a Qt 5 program (it does not use libQt5Core)").arg(program);
 }
 
+#ifdef VEXIL_SANITIZE_BUILD
+// A sanitizer-built agent needs the sanitizer runtime loaded before anything else, and this runner, built the
+// same way, has it: preload that very file first.
+QString sanitizerRuntime()
+{
+    QFile maps(QStringLiteral("/proc/self/maps"));
+    if (!maps.open(QIODevice::ReadOnly))
+        return QString();
+    for (const QByteArray &line : maps.readAll().split('\n')) {
+        const int slash = line.indexOf('/');
+        if (slash > 0 && line.contains("/libasan.so"))
+            return QString::fromLocal8Bit(line.mid(slash));
+    }
+    return QString();
+}
+#endif
+
 QString findProgram(const QString &name)
 {
     if (name.contains(QLatin1Char('/')))
@@ -386,11 +403,22 @@ std::unique_ptr<Application> Application::launch(const QStringList &argv, const 
             env.insert(assignment.left(eq), assignment.mid(eq + 1));
     }
     const QString userPreload = env.value(QStringLiteral("LD_PRELOAD"));
-    env.insert(QStringLiteral("LD_PRELOAD"), userPreload.isEmpty() ? agent : agent + QLatin1Char(':') + userPreload);
+    QString preload = userPreload.isEmpty() ? agent : agent + QLatin1Char(':') + userPreload;
+#ifdef VEXIL_SANITIZE_BUILD
+    const QString runtime = sanitizerRuntime();
+    if (!runtime.isEmpty())
+        preload = runtime + QLatin1Char(':') + preload;
+    // The programs under test are not ours to check for leaks; the agent's own code is checked in-process.
+    env.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+#endif
+    env.insert(QStringLiteral("LD_PRELOAD"), preload);
     env.insert(QStringLiteral("VEXIL_AGENT_SOCKET"), socketPath);
     env.insert(QStringLiteral("VEXIL_AGENT_TOKEN"), app->m_token);
     if (!options.listen.isEmpty())
         env.insert(QStringLiteral("VEXIL_AGENT_LISTEN"), options.listen);
+    // Qt wants a private runtime directory and complains without one; the socket's directory is one.
+    if (!env.contains(QStringLiteral("XDG_RUNTIME_DIR")))
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), app->m_socketDir);
     if (!options.visible && !env.contains(QStringLiteral("QT_QPA_PLATFORM")))
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
 

@@ -7,6 +7,7 @@
 namespace VexilTool {
 
 int runCommand(const QStringList &args);
+int launchCommand(const QStringList &args);
 int treeCommand(const QStringList &args);
 int objectMapCommand(const QStringList &args);
 int nameCommand(const QStringList &args);

@@ -11,6 +11,8 @@ namespace {
 const char kHelp[] = R"HELP(Usage: vexil COMMAND [ARGUMENTS...]
 
 Commands:
+  launch [--listen tcp:HOST:PORT] -- PROGRAM [ARGS...]
+                             start a Qt program with the agent and print how to reach it
   run SCRIPT [--objectmap FILE] [--visible] [--verbose]
                              run a test script against the demo application
   tree [--depth N] [--properties] [--objectmap FILE]
@@ -35,6 +37,8 @@ Exit codes: 0 success; 1 failures found (failed steps, a bad object map, name or
 int dispatch(const QString &command, const QStringList &rest)
 {
     using namespace VexilTool;
+    if (command == QLatin1String("launch"))
+        return launchCommand(rest);
     if (command == QLatin1String("run"))
         return runCommand(rest);
     if (command == QLatin1String("tree"))
