@@ -9,9 +9,10 @@ STATUS = ":mainWindow.statusLabel_QLabel"
 
 
 def test_submit_the_form(app):
-    app.find_object(":mainWindow.nameEdit_QLineEdit").text = "Ada Lovelace"
-    app.find_object(":mainWindow.subscribeCheck_QCheckBox").checked = True
-    app.find_object(":mainWindow.okButton_QPushButton").click()
+    # As a person would: type into the field, click the check box and the button.
+    app.type(app.find_object(":mainWindow.nameEdit_QLineEdit"), "Ada Lovelace")
+    app.mouse_click(app.find_object(":mainWindow.subscribeCheck_QCheckBox"))
+    app.mouse_click(app.find_object(":mainWindow.okButton_QPushButton"))
     assert app.find_object(STATUS).text == "Submitted: Ada Lovelace"
     assert app.find_object(":mainWindow_VexilDemo::DemoMainWindow").submitCount == 1
 
