@@ -7,6 +7,7 @@
 #include <QtEndian>
 
 #include <cstring>
+#include <limits>
 
 namespace Vexil {
 namespace Protocol {
@@ -222,6 +223,10 @@ bool readValue(QDataStream &in, QVariant *value, int depth)
     case RectTag: {
         qint32 x = 0, y = 0, w = 0, h = 0;
         in >> x >> y >> w >> h;
+        // QRect keeps the far corner, which must stay within int.
+        if (qint64(x) + w > std::numeric_limits<int>::max() || qint64(y) + h > std::numeric_limits<int>::max()
+            || qint64(x) + w < std::numeric_limits<int>::min() || qint64(y) + h < std::numeric_limits<int>::min())
+            return fail(in);
         *value = QRect(x, y, w, h);
         break;
     }
