@@ -1,16 +1,21 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds and runs the whole test suite: once plainly, once under
-# AddressSanitizer and UndefinedBehaviorSanitizer, then checks the installed package with a consumer.
+# Installs what is missing, builds and runs the whole test suite: once plainly with GCC, once with Clang,
+# once under AddressSanitizer and UndefinedBehaviorSanitizer, then checks the installed package with a consumer.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/install-deps.sh
+scripts/install-deps.sh clang
 jobs=${VEXIL_JOBS:-2}
 
 echo "== Plain build"
 cmake -S . -B build-test -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXIL_BUILD_BENCHMARKS=ON >/dev/null
 cmake --build build-test -j"$jobs"
 (cd build-test && ctest --output-on-failure -j"$jobs" --timeout 300)
+
+echo "== Clang build"
+CC=clang CXX=clang++ cmake -S . -B build-clang -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVEXIL_BUILD_BENCHMARKS=ON >/dev/null
+cmake --build build-clang -j"$jobs"
+(cd build-clang && ctest --output-on-failure -j"$jobs" --timeout 300)
 
 echo "== Sanitizer build (AddressSanitizer, UndefinedBehaviorSanitizer)"
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DVEXIL_SANITIZE=ON -DVEXIL_BUILD_EXAMPLES=OFF >/dev/null
