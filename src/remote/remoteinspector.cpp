@@ -20,7 +20,7 @@ const char *const NoConnectionText =
 // screen point, screen rectangle, date/time. They keep their numbers in the runner.
 constexpr int LocalClassCount = 16;
 // Releasing handles costs a round trip; gather them.
-constexpr int ReleaseBatch = 64;
+constexpr int ReleaseBatch = 32;
 
 struct LocalTables
 {

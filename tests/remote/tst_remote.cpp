@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QRect>
+#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -265,6 +266,31 @@ TEST_F(Demo, SettingsHandlersAndObjectMapWorkThroughIt)
     EXPECT_EQ(remote->realName(QStringLiteral(":OK_Button")), names.realName);
     EXPECT_EQ(remote->displayName(ok), QStringLiteral(":OK_Button"));
     EXPECT_TRUE(remote->symbolicNames().contains(QStringLiteral(":OK_Button")));
+}
+
+void collect(const Object::Ptr &object, ObjectList *all)
+{
+    for (const Object::Ptr &child : object->children()) {
+        all->push_back(child);
+        collect(child, all);
+    }
+}
+
+TEST_F(Demo, DroppedObjectsAreReleasedAndFoundAfresh)
+{
+    // Each round drops the previous round's objects; their handles go back to the program in a batch, and
+    // the same widgets come back under new handles that work as well.
+    QSet<quint64> handles;
+    for (int round = 0; round < 3; ++round) {
+        const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
+        handles.insert(RemoteInspector::handleOf(window));
+        ObjectList all;
+        collect(window, &all);
+        ASSERT_GT(all.size(), 32u);
+        for (const Object::Ptr &o : all)
+            ASSERT_TRUE(get(o, "objectName")) << insp()->lastError().toStdString();
+    }
+    EXPECT_EQ(handles.size(), 3);
 }
 
 TEST_F(Demo, ClosedDialogsObjectIsStale)
