@@ -2,7 +2,8 @@
 # Installs the Debian packages the build needs, and any named as arguments, only when one is missing.
 set -euo pipefail
 
-packages=(cmake g++ make pkg-config qtbase5-dev qtbase5-private-dev libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev "$@")
+packages=(cmake g++ make pkg-config qtbase5-dev qtbase5-private-dev qtdeclarative5-dev qml-module-qtquick2
+          qml-module-qtquick-window2 qtdeclarative5-examples libtinyxml-dev libgtest-dev libgmock-dev libbenchmark-dev "$@")
 missing=()
 for p in "${packages[@]}"; do
     dpkg -s "$p" >/dev/null 2>&1 || missing+=("$p")
