@@ -7,6 +7,11 @@ Rectangle {
     height: 320
     color: "white"
     property int clicks: 0
+    property var note: "first"
+
+    function greet(name, times) {
+        return "Hi, " + name + (times > 1 ? " x" + times : "")
+    }
 
     Column {
         x: 10

@@ -50,6 +50,13 @@ def test_type_names_and_ids_find_items(quick, name, same):
     assert quick.find_object(name) == quick.find_object(same)
 
 
+def test_qml_declared_members_and_colours(quick):
+    content = quick.find_object("{name='content'}")
+    assert content.greet("Ada", 2) == "Hi, Ada x2" and content.note == "first"
+    content.note = 42
+    content.color = "#ff0000"
+    assert (content.note, content.color) == (42, "#ff0000")
+
 def test_items_hang_below_their_window(quick):
     button = quick.find_object(COUNT)
     chain = [button]

@@ -41,14 +41,15 @@ enum class ValueKind {
     Bool,
     Double,
     Int64,
-    String,     // the char class in pointer form
+    String,     // the char class in pointer form; colours and URLs as their texts too
     StringList, // an array of texts
     Rect,       // ScreenRectangle
     Point,      // ScreenPoint
     DateTime,   // DateTime with a time
     Date,       // DateTime without a time
     Enum,       // int with the enum attached
-    QObjectPtr  // the wrapper of the object
+    QObjectPtr, // the wrapper of the object
+    Variant     // QVariant (QML's var and the parameters of QML functions): the model value of what it holds
 };
 
 /// A Qt type as the model sees it: the kind, the meta type, the class of an object type, the enum of an enum.
