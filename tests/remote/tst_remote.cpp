@@ -367,7 +367,7 @@ struct RefusedRow
 const RefusedRow kRefusedRows[] = {
     {"not_qt", "/bin/sleep", "is not a Qt 5 program"},
     {"no_widgets", VEXIL_COREAPP_PATH,
-     "not a Qt Widgets program: the application object is a QCoreApplication, not a QApplication"},
+     "not a Qt Widgets or Qt Quick program: the application object is a QCoreApplication"},
 };
 
 void PrintTo(const RefusedRow &row, std::ostream *os)
