@@ -20,4 +20,4 @@ PYTHONPATH=python /usr/bin/python3 -m pytest -p vexil.pytest_plugin -p no:cachep
     --vexil-app "$demo" --vexil-objectmap examples/scripts/demo.objectmap examples/python
 
 echo "== vexil run: examples/scripts/demo.vxs against $demo"
-"$build"/tools/vexil/vexil run examples/scripts/demo.vxs --objectmap examples/scripts/demo.objectmap "$@"
+"$build"/tools/vexil/vexil run examples/scripts/demo.vxs --objectmap examples/scripts/demo.objectmap --app "$demo" "$@"

@@ -266,7 +266,10 @@ int Application::waitForExit(int timeoutMs)
 
 int Application::close(int graceMs)
 {
+    // Waiting for a program to end by itself only makes sense when it was asked to.
+    bool asked = false;
     if (m_connection.isOpen()) {
+        asked = true;
         QByteArray body, answer;
         QDataStream out(&body, QIODevice::WriteOnly);
         Protocol::setUp(out);
@@ -277,7 +280,7 @@ int Application::close(int graceMs)
     }
     if (!m_process)
         return 0;
-    if (m_process->state() != QProcess::NotRunning && !m_process->waitForFinished(graceMs)) {
+    if (m_process->state() != QProcess::NotRunning && !(asked && m_process->waitForFinished(graceMs))) {
         m_process->terminate();
         if (!m_process->waitForFinished(graceMs)) {
             m_process->kill();

@@ -1,5 +1,8 @@
-// cli.cpp: option parsing, output, file access and name error positions for the vexil subcommands.
+// cli.cpp: the command table's dispatch, option parsing, output, file access and name error positions for
+// the vexil subcommands.
 #include "cli.h"
+
+#include <objectname.h>
 
 #include <QFile>
 #include <QFileInfo>
@@ -31,7 +34,104 @@ void writeLine(std::FILE *stream, const QString &line)
     std::fflush(stream);
 }
 
+bool isHelp(const QString &arg)
+{
+    return arg == QLatin1String("--help") || arg == QLatin1String("-h") || arg == QLatin1String("help");
+}
+
+// "check, normalize or lookup"
+QString alternatives(const std::vector<Command> &commands)
+{
+    QStringList names;
+    for (const Command &c : commands)
+        names.append(QLatin1String(c.name));
+    const QString last = names.takeLast();
+    return names.isEmpty() ? last : names.join(QStringLiteral(", ")) + QStringLiteral(" or ") + last;
+}
+
+int runGroup(const Command &group, const QString &fullName, const QStringList &argv)
+{
+    const QString sub = argv.value(0);
+    if (sub.isEmpty()) {
+        err(QString::fromUtf8(group.help));
+        return ExitUsage;
+    }
+    if (isHelp(sub)) {
+        out(QString::fromUtf8(group.help));
+        return ExitOk;
+    }
+    for (const Command &c : group.subcommands) {
+        if (sub == QLatin1String(c.name))
+            return execute(c, fullName + QLatin1Char(' ') + sub, argv.mid(1));
+    }
+    return usageError(fullName, QStringLiteral("unknown subcommand '%1' (expected %2)")
+                                    .arg(sub, alternatives(group.subcommands)));
+}
+
 } // namespace
+
+int execute(const Command &command, const QString &fullName, const QStringList &argv)
+{
+    if (!command.subcommands.empty())
+        return runGroup(command, fullName, argv);
+    Invocation call;
+    call.command = fullName;
+    QString error;
+    if (!call.args.parse(argv, command.options, &error))
+        return call.usage(error);
+    if (call.args.help()) {
+        out(QString::fromUtf8(command.help));
+        return ExitOk;
+    }
+    const int count = call.positionals().size();
+    if (count < command.minArgs)
+        return call.usage(QString::fromUtf8(command.missingArgs));
+    if (command.maxArgs >= 0 && count > command.maxArgs) {
+        return call.usage(command.extraArgs
+                              ? QString::fromUtf8(command.extraArgs)
+                              : QStringLiteral("unexpected argument '%1'").arg(call.positionals().at(command.maxArgs)));
+    }
+    return command.run(call);
+}
+
+QString commandList(const std::vector<Command> &table)
+{
+    // Summaries start in this column, or on a line of their own after a long synopsis.
+    const int column = 29;
+    QStringList lines;
+    for (const Command &c : table) {
+        if (!c.subcommands.empty()) {
+            lines.append(commandList(c.subcommands));
+            continue;
+        }
+        const QString synopsis = QStringLiteral("  ") + QString::fromUtf8(c.synopsis);
+        if (synopsis.size() < column)
+            lines.append(synopsis.leftJustified(column) + QString::fromUtf8(c.summary));
+        else
+            lines << synopsis << QString(column, QLatin1Char(' ')) + QString::fromUtf8(c.summary);
+    }
+    return lines.join(QLatin1Char('\n'));
+}
+
+int Invocation::fail(const QString &message) const
+{
+    err(QStringLiteral("vexil %1: %2").arg(command, message));
+    return ExitUsage;
+}
+
+int Invocation::usage(const QString &message) const
+{
+    return usageError(command, message);
+}
+
+bool Invocation::read(const QString &path, QByteArray *data) const
+{
+    QString error;
+    if (readFile(path, data, &error))
+        return true;
+    fail(error);
+    return false;
+}
 
 bool Args::parse(const QStringList &argv, const std::vector<OptionDecl> &known, QString *error)
 {
@@ -178,6 +278,16 @@ QString caretLine(const QString &text, int index)
     for (int i = 0; i < index; ++i)
         line += (i < text.size() && text.at(i) == QLatin1Char('\t')) ? QLatin1Char('\t') : QLatin1Char(' ');
     return line + QLatin1Char('^');
+}
+
+void printNameError(const QString &head, const QString &text, const Vexil::ObjectName &name)
+{
+    err(head + cleanMessage(name.errorMessage()));
+    const int index = name.errorOffset();
+    if (index < 0)
+        return;
+    err(QStringLiteral("  ") + text);
+    err(QStringLiteral("  ") + caretLine(text, index));
 }
 
 bool parseNumber(const QString &text, double *value)

@@ -1,4 +1,5 @@
-// cli.h: what every vexil subcommand shares: exit codes, option parsing, output, files, name error positions.
+// cli.h: what every vexil subcommand shares: exit codes, the command table, option parsing, output, files,
+// name error positions.
 #ifndef VEXIL_TOOL_CLI_H
 #define VEXIL_TOOL_CLI_H
 
@@ -7,6 +8,10 @@
 #include <QStringList>
 
 #include <vector>
+
+namespace Vexil {
+class ObjectName;
+}
 
 namespace VexilTool {
 
@@ -48,6 +53,46 @@ private:
     std::vector<std::pair<QString, QString>> m_options;
 };
 
+struct Invocation;
+
+/// One vexil command or subcommand: its help, the options and number of arguments it takes, and the function
+/// that runs it once the command line has checked out. A group (objectmap, gesture) has subcommands instead.
+struct Command
+{
+    const char *name;
+    const char *synopsis;                  ///< the command line as "vexil --help" lists it
+    const char *summary;                   ///< what it does, in one line for "vexil --help"
+    const char *help;                      ///< all of "vexil COMMAND --help"
+    std::vector<OptionDecl> options;
+    int minArgs = 0;
+    int maxArgs = 0;                       ///< -1: any number of positional arguments
+    const char *missingArgs = nullptr;     ///< the usage error for fewer than minArgs
+    const char *extraArgs = nullptr;       ///< for more than maxArgs; null: "unexpected argument 'X'"
+    int (*run)(const Invocation &) = nullptr;
+    std::vector<Command> subcommands;
+};
+
+/// A command line that checked out against its Command: what the run function gets.
+struct Invocation
+{
+    QString command;    ///< "run", "objectmap check"
+    Args args;
+
+    const QStringList &positionals() const { return args.positionals(); }
+    /// "vexil COMMAND: message" on standard error; returns ExitUsage.
+    int fail(const QString &message) const;
+    /// The same with a hint to --help, for a bad command line.
+    int usage(const QString &message) const;
+    /// Reads a whole file; when it cannot, reports why through fail() and returns false.
+    bool read(const QString &path, QByteArray *data) const;
+};
+
+/// Parses \p argv for \p command (named \p fullName in messages), answers --help, checks the positional
+/// arguments and runs it; a group hands the rest to its subcommand. Returns the exit code.
+int execute(const Command &command, const QString &fullName, const QStringList &argv);
+/// The commands and subcommands of \p table as "vexil --help" lists them, one synopsis and summary each.
+QString commandList(const std::vector<Command> &table);
+
 /// One line to standard output or standard error, flushed at once so that the two streams stay in order
 /// when they go to the same place.
 void out(const QString &line);
@@ -66,6 +111,10 @@ bool writeFileAtomically(const QString &path, const QByteArray &data, QString *e
 QString cleanMessage(const QString &message);
 /// Spaces (and the tabs of \p text, so columns line up) up to \p index, then "^".
 QString caretLine(const QString &text, int index);
+
+/// Prints \p head and the parser's message for \p name (made from \p text) on standard error, then \p text
+/// with a caret under the place where parsing failed, when the failure has one.
+void printNameError(const QString &head, const QString &text, const Vexil::ObjectName &name);
 
 /// Parses "X" or "X,Y" into two finite numbers (Y = X when given once).
 bool parseNumberPair(const QString &text, double *x, double *y, bool allowSingle);

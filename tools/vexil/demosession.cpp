@@ -1,14 +1,17 @@
 // demosession.cpp: starts the demo application in-process for "vexil run" and "vexil tree".
 #include "demosession.h"
 
-#include <arrayclass.h>
+#include "scriptwords.h"
+
 #include <demomainwindow.h>
 #include <inspector.h>
-#include <objectmap.h>
 #include <qtwrapper.h>
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QEvent>
+#include <QThread>
+#include <QWidget>
 
 #include <cstdio>
 #include <cstdlib>
@@ -47,9 +50,28 @@ bool envSet(const char *name)
     return !qEnvironmentVariableIsEmpty(name);
 }
 
-} // namespace
+bool isReady(const Vexil::Object::Ptr &object)
+{
+    auto *widget = qobject_cast<QWidget *>(Vexil::QtWrapper::qobjectOf(object));
+    return !widget || (widget->isVisible() && widget->isEnabled());
+}
 
-DemoSession::DemoSession() = default;
+// The window functions there are, for the error about one that is not.
+QString windowActions(const Vexil::Class *global)
+{
+    QStringList actions;
+    for (int i = 0; i < global->numMethods(); ++i) {
+        const Vexil::Method *m = global->method(i);
+        if (m && m->name().startsWith(QLatin1String("_vexil_window_"))) {
+            const QString action = m->name().mid(14);
+            if (!actions.contains(action))
+                actions.append(action);
+        }
+    }
+    return actions.isEmpty() ? QStringLiteral("none registered") : actions.join(QStringLiteral(", "));
+}
+
+} // namespace
 
 DemoSession::~DemoSession()
 {
@@ -59,7 +81,7 @@ DemoSession::~DemoSession()
     m_app.reset();
 }
 
-bool DemoSession::start(bool visible, QString *error)
+std::unique_ptr<DemoSession> DemoSession::start(bool visible, QString *error)
 {
     if (visible) {
         // Without a display Qt would abort the process with a message about plugins.
@@ -67,21 +89,22 @@ bool DemoSession::start(bool visible, QString *error)
             *error
                 = QStringLiteral("--visible needs a display, but neither DISPLAY nor WAYLAND_DISPLAY is set "
                                  "(run without --visible to use the offscreen platform)");
-            return false;
+            return nullptr;
         }
     } else {
         qputenv("QT_QPA_PLATFORM", "offscreen");
         s_previousHandler = qInstallMessageHandler(messageFilter);
     }
-    m_app.reset(new QApplication(s_argc, s_argv));
-    m_window = VexilDemo::createMainWindow();
-    m_window->show();
+    std::unique_ptr<DemoSession> session(new DemoSession);
+    session->m_app.reset(new QApplication(s_argc, s_argv));
+    session->m_window = VexilDemo::createMainWindow();
+    session->m_window->show();
     if (!Vexil::QtWrapper::install()) {
         *error = QStringLiteral("the Qt wrapper could not be installed");
-        return false;
+        return nullptr;
     }
-    settle();
-    return true;
+    session->settle();
+    return session;
 }
 
 void DemoSession::settle()
@@ -92,82 +115,71 @@ void DemoSession::settle()
     QCoreApplication::processEvents();
 }
 
-namespace {
+QString DemoSession::displayName(const Vexil::Object::Ptr &object)
+{
+    QObject *qobject = Vexil::QtWrapper::qobjectOf(object);
+    if (!qobject)
+        return QString();
+    const QString real = Vexil::QtWrapper::realName(qobject);
+    const QString symbolic = localMap().symbolicName(real, false);
+    return symbolic.startsWith(QLatin1Char(':')) ? symbolic : real;
+}
 
-bool isPrimitive(const Vexil::Class *cls)
+QString DemoSession::realName(const Vexil::Object::Ptr &object)
+{
+    QObject *qobject = Vexil::QtWrapper::qobjectOf(object);
+    return qobject ? Vexil::QtWrapper::realName(qobject) : object->qualifiedName();
+}
+
+bool DemoSession::loadObjectMap(const QString &, QString *)
+{
+    return true;    // the local map is this program's
+}
+
+Vexil::Object::Ptr DemoSession::waitForObject(const QString &name, int ms)
 {
     Vexil::Inspector *insp = Vexil::Inspector::self();
-    for (int i = Vexil::Inspector::Short; i <= Vexil::Inspector::Undefined; ++i) {
-        if (insp->type(i) == cls)
-            return true;
-    }
-    return false;
-}
-
-QString display(const Vexil::Object::Ptr &value, int depth)
-{
-    using namespace Vexil;
-    if (!value)
-        return QStringLiteral("(null)");
-    if (value->isInvalidated())
-        return QStringLiteral("(destroyed object)");
-    if (value->isNull())
-        return QStringLiteral("(null object)");
-    const Class *cls = value->objectClass();
-    if (cls == Inspector::self()->type(Inspector::Void))
-        return QStringLiteral("(void)");
-    if (QObject *object = QtWrapper::qobjectOf(value)) {
-        const QString real = QtWrapper::realName(object);
-        if (ObjectMap *map = ObjectMap::self()) {
-            const QString symbolic = map->symbolicName(real, false);
-            if (symbolic.startsWith(QLatin1Char(':')))
-                return symbolic;
+    const QDeadlineTimer deadline(ms);
+    for (;;) {
+        clearModelError();
+        const Vexil::Object::Ptr object = insp->findObject(name);
+        const bool found = object && !object->isNull();
+        if (found && isReady(object))
+            return object;
+        if (deadline.hasExpired()) {
+            if (found)
+                insp->setError(QStringLiteral("Object '%1' was found but is not visible and enabled.").arg(name));
+            return Vexil::Object::Ptr();
         }
-        return real;
+        settle();
+        QThread::msleep(10);
     }
-    if (!cls || isPrimitive(cls) || depth > 1)
-        return value->toString();
-    // Arrays as "[a, b]", the way the model prints an array of texts.
-    if (cls == ArrayClass::registeredClass()) {
-        QStringList items;
-        for (const Object::Ptr &item : ArrayClass::unwrapObject(value))
-            items.append(display(item, depth + 1));
-        return QLatin1Char('[') + items.join(QStringLiteral(", ")) + QLatin1Char(']');
-    }
-    // Rectangles, points and dates by their properties: "x=0 y=0 width=480 height=459".
-    QStringList fields;
-    for (int i = 0; i < cls->numProperties(); ++i) {
-        const Property *p = cls->property(i);
-        if (!p || !p->isReadable() || p->isStatic())
-            continue;
-        const Object::Ptr field = p->get(value);
-        if (field)
-            fields.append(p->name() + QLatin1Char('=') + display(field, depth + 1));
-    }
-    return fields.isEmpty() ? value->toString() : fields.join(QLatin1Char(' '));
 }
 
-} // namespace
-
-QString displayValue(const Vexil::Object::Ptr &value)
+Vexil::Object::Ptr DemoSession::callFunction(const QString &name, const Vexil::ObjectList &args,
+                                             const QStringList &words, QString *error)
 {
-    return display(value, 0);
-}
-
-QString scriptQuoted(const QString &text)
-{
-    bool plain = !text.isEmpty();
-    for (const QChar c : text) {
-        if (c == QLatin1Char(' ') || c == QLatin1Char('\t') || c == QLatin1Char('"')) {
-            plain = false;
-            break;
-        }
+    Vexil::Inspector *insp = Vexil::Inspector::self();
+    const Vexil::Class *global = insp->globalClass();
+    const Vexil::MethodList methods = global->methods(name);
+    if (methods.empty()) {
+        *error = name.startsWith(QLatin1String("_vexil_window_"))
+            ? QStringLiteral("no window function '%1' (actions: %2)").arg(name, windowActions(global))
+            : QStringLiteral("no global function '%1'").arg(name);
+        return Vexil::Object::Ptr();
     }
-    if (plain)
-        return text;
-    QString quoted = text;
-    quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
-    return QLatin1Char('"') + quoted + QLatin1Char('"');
+    bool found = false;
+    const Vexil::Object::Ptr result = invokeWithWords(methods, Vexil::Object::Ptr(), args, words, &found);
+    const QString modelError = insp->lastError();
+    if (!found) {
+        *error = modelError + overloadHint(methods);
+        return Vexil::Object::Ptr();
+    }
+    if (!result || !modelError.isEmpty()) {
+        *error = modelError;
+        return Vexil::Object::Ptr();
+    }
+    return result;
 }
 
 } // namespace VexilTool

@@ -1,10 +1,9 @@
-// demosession.h: the demo application started inside the tool's own process, with the Qt wrapper installed.
+// demosession.h: the demo application started inside the tool's own process, with the Qt wrapper installed:
+// the session the tool's own tests use when no program is given.
 #ifndef VEXIL_TOOL_DEMOSESSION_H
 #define VEXIL_TOOL_DEMOSESSION_H
 
-#include <object.h>
-
-#include <QString>
+#include "session.h"
 
 #include <memory>
 
@@ -20,34 +19,30 @@ namespace VexilTool {
 
 /// A QApplication on the offscreen platform (or the real display with \p visible), the demo's main window
 /// shown, and the Qt wrapper installed. One per process.
-class DemoSession
+class DemoSession : public Session
 {
 public:
-    DemoSession();
-    ~DemoSession();
+    ~DemoSession() override;
 
-    /// False with \p error set when there is no display to be visible on or the wrapper does not install.
-    bool start(bool visible, QString *error);
+    /// Null with \p error set when there is no display to be visible on or the wrapper does not install.
+    static std::unique_ptr<DemoSession> start(bool visible, QString *error);
 
-    /// Lets the application handle what the last step set in motion: posted events, deferred deletes.
-    void settle();
-
-    VexilDemo::DemoMainWindow *mainWindow() const { return m_window; }
+    void settle() override;
+    QString displayName(const Vexil::Object::Ptr &object) override;
+    QString realName(const Vexil::Object::Ptr &object) override;
+    bool loadObjectMap(const QString &path, QString *error) override;
+    Vexil::Object::Ptr waitForObject(const QString &name, int ms) override;
+    Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args, const QStringList &words,
+                                    QString *error) override;
+    bool setRecording(bool, QString *) override { return true; }
+    bool recordsCalls() const override { return false; }
 
 private:
-    DemoSession(const DemoSession &) = delete;
-    DemoSession &operator=(const DemoSession &) = delete;
+    DemoSession() = default;
 
     std::unique_ptr<QApplication> m_app;
     VexilDemo::DemoMainWindow *m_window = nullptr;
 };
-
-/// How a value reads in the tool's output: the symbolic name (or real name) of an application object,
-/// otherwise the value's text.
-QString displayValue(const Vexil::Object::Ptr &value);
-
-/// Quotes \p text by the script rule when it needs it: blanks, quotes or nothing at all.
-QString scriptQuoted(const QString &text);
 
 } // namespace VexilTool
 

@@ -87,14 +87,11 @@ QString number(double v)
 }
 
 // Reads FILE into \p builder. Returns ExitOk, or the exit code after reporting why not.
-int loadGestures(const QString &command, const QString &path, Vexil::TouchBuilder *builder)
+int loadGestures(const Invocation &call, const QString &path, Vexil::TouchBuilder *builder)
 {
     QByteArray data;
-    QString error;
-    if (!readFile(path, &data, &error)) {
-        err(QStringLiteral("vexil %1: %2").arg(command, error));
+    if (!call.read(path, &data))
         return ExitUsage;
-    }
     Vexil::GestureXmlError problem;
     if (builder->fromXml(data.toStdString(), nullptr, &problem))
         return ExitOk;
@@ -108,33 +105,22 @@ int loadGestures(const QString &command, const QString &path, Vexil::TouchBuilde
     return ExitFailures;
 }
 
-int writeGestures(const QString &command, const Vexil::TouchBuilder &builder, const QString &target)
+// Writes to -o OUT, or to standard output.
+int writeGestures(const Invocation &call, const Vexil::TouchBuilder &builder)
 {
+    const QString target = call.args.has(QStringLiteral("--output")) ? call.args.value(QStringLiteral("--output"))
+                                                                      : QStringLiteral("-");
     QString error;
-    if (!writeFileAtomically(target, QByteArray::fromStdString(builder.toXml()), &error)) {
-        err(QStringLiteral("vexil %1: %2").arg(command, error));
-        return ExitUsage;
-    }
+    if (!writeFileAtomically(target, QByteArray::fromStdString(builder.toXml()), &error))
+        return call.fail(error);
     return ExitOk;
 }
 
-int info(const QStringList &args)
+int info(const Invocation &call)
 {
-    const QString command = QStringLiteral("gesture info");
-    Args parsed;
-    QString error;
-    if (!parsed.parse(args, {}, &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kInfoHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 1)
-        return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
-                                                                  : QStringLiteral("expected one FILE"));
-    const QString path = parsed.positionals().at(0);
+    const QString path = call.positionals().at(0);
     Vexil::TouchBuilder builder;
-    if (const int rc = loadGestures(command, path, &builder))
+    if (const int rc = loadGestures(call, path, &builder))
         return rc;
 
     const auto &gestures = builder.gestures();
@@ -182,43 +168,27 @@ int info(const QStringList &args)
     return ExitOk;
 }
 
-int convert(const QStringList &args)
+int convert(const Invocation &call)
 {
-    const QString command = QStringLiteral("gesture convert");
-    Args parsed;
-    QString error;
-    if (!parsed.parse(args,
-                      { { "--unit", nullptr, "UNIT" },
-                        { "--dpi", nullptr, "X[,Y]" },
-                        { "--device-scale", nullptr, "F" },
-                        { "--output", "-o", "OUT" } },
-                      &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kConvertHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 1)
-        return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
-                                                                  : QStringLiteral("expected one FILE"));
+    const Args &parsed = call.args;
     if (!parsed.has(QStringLiteral("--unit")))
-        return usageError(command, QStringLiteral("missing --unit px|mm|pt"));
+        return call.usage(QStringLiteral("missing --unit px|mm|pt"));
     if (!parsed.has(QStringLiteral("--dpi")))
-        return usageError(command, QStringLiteral("missing --dpi X[,Y]"));
+        return call.usage(QStringLiteral("missing --dpi X[,Y]"));
     const QString unit = parsed.value(QStringLiteral("--unit"));
     if (unit != QLatin1String("px") && unit != QLatin1String("mm") && unit != QLatin1String("pt"))
-        return usageError(command, QStringLiteral("unknown unit '%1' (expected px, mm or pt)").arg(unit));
+        return call.usage(QStringLiteral("unknown unit '%1' (expected px, mm or pt)").arg(unit));
     double dpiX = 0, dpiY = 0;
     if (!parseNumberPair(parsed.value(QStringLiteral("--dpi")), &dpiX, &dpiY, true) || dpiX <= 0 || dpiY <= 0)
-        return usageError(
-            command, QStringLiteral("--dpi needs one or two numbers above 0, as in 96 or 96,120"));
+        return call.usage(
+            QStringLiteral("--dpi needs one or two numbers above 0, as in 96 or 96,120"));
     double deviceScale = 1;
     if (parsed.has(QStringLiteral("--device-scale"))
         && (!parseNumber(parsed.value(QStringLiteral("--device-scale")), &deviceScale) || deviceScale <= 0))
-        return usageError(command, QStringLiteral("--device-scale needs a number above 0"));
+        return call.usage(QStringLiteral("--device-scale needs a number above 0"));
 
     Vexil::TouchBuilder builder;
-    if (const int rc = loadGestures(command, parsed.positionals().at(0), &builder))
+    if (const int rc = loadGestures(call, parsed.positionals().at(0), &builder))
         return rc;
     for (Vexil::MultiTouchInfo &gesture : builder.gestures()) {
         // The XML form does not carry the device's scale; the conversion to and from points needs it.
@@ -230,31 +200,12 @@ int convert(const QStringList &args)
         else
             gesture.toLogicalPoint(float(dpiX), float(dpiY));
     }
-    return writeGestures(command, builder, parsed.has(QStringLiteral("--output"))
-                                               ? parsed.value(QStringLiteral("--output"))
-                                               : QStringLiteral("-"));
+    return writeGestures(call, builder);
 }
 
-int transform(const QStringList &args)
+int transform(const Invocation &call)
 {
-    const QString command = QStringLiteral("gesture transform");
-    Args parsed;
-    QString error;
-    if (!parsed.parse(args,
-                      { { "--translate", nullptr, "DX,DY" },
-                        { "--scale", nullptr, "S[,SY]" },
-                        { "--rotate", nullptr, "A" },
-                        { "--accelerate", nullptr, "F" },
-                        { "--output", "-o", "OUT" } },
-                      &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kTransformHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 1)
-        return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
-                                                                  : QStringLiteral("expected one FILE"));
+    const Args &parsed = call.args;
 
     // Every operation is checked before the file is read, so a typo never half-applies.
     struct Operation
@@ -269,31 +220,31 @@ int transform(const QStringList &args)
         double a = 0, b = 0;
         if (name == QLatin1String("--translate")) {
             if (!parseNumberPair(value, &a, &b, false))
-                return usageError(
-                    command, QStringLiteral("--translate needs DX,DY, as in 10,-5; got '%1'").arg(value));
+                return call.usage(
+                    QStringLiteral("--translate needs DX,DY, as in 10,-5; got '%1'").arg(value));
         } else if (name == QLatin1String("--scale")) {
             if (!parseNumberPair(value, &a, &b, true) || a == 0 || b == 0)
-                return usageError(command,
+                return call.usage(
                     QStringLiteral("--scale needs S or SX,SY, numbers other than 0; got '%1'").arg(value));
         } else if (name == QLatin1String("--rotate")) {
             if (!parseNumber(value, &a))
-                return usageError(
-                    command, QStringLiteral("--rotate needs an angle in degrees; got '%1'").arg(value));
+                return call.usage(
+                    QStringLiteral("--rotate needs an angle in degrees; got '%1'").arg(value));
         } else if (name == QLatin1String("--accelerate")) {
             if (!parseNumber(value, &a) || a <= 0)
-                return usageError(
-                    command, QStringLiteral("--accelerate needs a factor above 0; got '%1'").arg(value));
+                return call.usage(
+                    QStringLiteral("--accelerate needs a factor above 0; got '%1'").arg(value));
         } else {
             continue;
         }
         operations.push_back({ name, a, b });
     }
     if (operations.empty())
-        return usageError(
-            command, QStringLiteral("no operation (--translate, --scale, --rotate or --accelerate)"));
+        return call.usage(
+            QStringLiteral("no operation (--translate, --scale, --rotate or --accelerate)"));
 
     Vexil::TouchBuilder builder;
-    if (const int rc = loadGestures(command, parsed.positionals().at(0), &builder))
+    if (const int rc = loadGestures(call, parsed.positionals().at(0), &builder))
         return rc;
     for (const Operation &op : operations) {
         if (op.name == QLatin1String("--translate"))
@@ -305,33 +256,29 @@ int transform(const QStringList &args)
         else
             builder.accelerate(float(op.a));
     }
-    return writeGestures(command, builder, parsed.has(QStringLiteral("--output"))
-                                               ? parsed.value(QStringLiteral("--output"))
-                                               : QStringLiteral("-"));
+    return writeGestures(call, builder);
 }
 
 } // namespace
 
-int gestureCommand(const QStringList &args)
+Command gestureCommand()
 {
-    const QString sub = args.value(0);
-    const QStringList rest = args.mid(1);
-    if (sub == QLatin1String("info"))
-        return info(rest);
-    if (sub == QLatin1String("convert"))
-        return convert(rest);
-    if (sub == QLatin1String("transform"))
-        return transform(rest);
-    if (sub.isEmpty()) {
-        err(QString::fromUtf8(kGestureHelp));
-        return ExitUsage;
-    }
-    if (sub == QLatin1String("--help") || sub == QLatin1String("-h") || sub == QLatin1String("help")) {
-        out(QString::fromUtf8(kGestureHelp));
-        return ExitOk;
-    }
-    return usageError(QStringLiteral("gesture"),
-        QStringLiteral("unknown subcommand '%1' (expected info, convert or transform)").arg(sub));
+    const OptionDecl output = { "--output", "-o", "OUT" };
+    return { "gesture", "gesture", "read, convert and transform gesture files", kGestureHelp, {}, 0, 0, nullptr,
+             nullptr, nullptr,
+             { { "info", "gesture info FILE", "summarise a gesture XML file", kInfoHelp, {}, 1, 1, "missing FILE",
+                 "expected one FILE", info, {} },
+               { "convert", "gesture convert FILE --unit px|mm|pt --dpi X[,Y] [-o OUT]",
+                 "convert gestures to another unit", kConvertHelp,
+                 { { "--unit", nullptr, "UNIT" }, { "--dpi", nullptr, "X[,Y]" }, { "--device-scale", nullptr, "F" },
+                   output },
+                 1, 1, "missing FILE", "expected one FILE", convert, {} },
+               { "transform",
+                 "gesture transform FILE [--translate DX,DY] [--scale S] [--rotate A] [--accelerate F] [-o OUT]",
+                 "move, scale, rotate or speed up gestures", kTransformHelp,
+                 { { "--translate", nullptr, "DX,DY" }, { "--scale", nullptr, "S[,SY]" }, { "--rotate", nullptr, "A" },
+                   { "--accelerate", nullptr, "F" }, output },
+                 1, 1, "missing FILE", "expected one FILE", transform, {} } } };
 }
 
 } // namespace VexilTool

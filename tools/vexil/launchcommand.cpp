@@ -34,32 +34,20 @@ void onSignal(int)
     g_stop = 1;
 }
 
-} // namespace
-
-int launchCommand(const QStringList &argv)
+int launch(const Invocation &call)
 {
-    Args args;
+    const Args &args = call.args;
     QString error;
-    if (!args.parse(argv, {{"--listen", nullptr, "ADDRESS"}, {"--visible", nullptr, nullptr},
-                           {"--timeout", nullptr, "SECONDS"}},
-                    &error))
-        return usageError(QStringLiteral("launch"), error);
-    if (args.help()) {
-        out(QString::fromUtf8(kHelp));
-        return ExitOk;
-    }
-    if (args.positionals().isEmpty())
-        return usageError(QStringLiteral("launch"), QStringLiteral("no program given"));
     Vexil::Remote::Application::Options options;
     options.listen = args.value(QStringLiteral("--listen"));
     options.visible = args.has(QStringLiteral("--visible"));
     if (!options.listen.isEmpty() && !options.listen.startsWith(QLatin1String("tcp:")))
-        return usageError(QStringLiteral("launch"), QStringLiteral("--listen takes tcp:HOST:PORT"));
+        return call.usage(QStringLiteral("--listen takes tcp:HOST:PORT"));
     if (args.has(QStringLiteral("--timeout"))) {
         bool ok = false;
         const double seconds = args.value(QStringLiteral("--timeout")).toDouble(&ok);
         if (!ok || seconds <= 0)
-            return usageError(QStringLiteral("launch"), QStringLiteral("--timeout takes a number of seconds"));
+            return call.usage(QStringLiteral("--timeout takes a number of seconds"));
         options.timeoutMs = int(seconds * 1000);
     }
 
@@ -93,6 +81,16 @@ int launchCommand(const QStringList &argv)
     if (code != 0)
         err(QStringLiteral("vexil launch: %1").arg(exit));
     return code < 0 ? 128 - code : code;
+}
+
+} // namespace
+
+Command launchCommand()
+{
+    return { "launch", "launch [--listen tcp:HOST:PORT] -- PROGRAM [ARGS...]",
+             "start a Qt program with the agent and print how to reach it", kHelp,
+             { { "--listen", nullptr, "ADDRESS" }, { "--visible", nullptr, nullptr }, { "--timeout", nullptr, "SECONDS" } },
+             1, -1, "no program given", nullptr, launch, {} };
 }
 
 } // namespace VexilTool

@@ -1,5 +1,6 @@
-// vexil: the command-line tool for test-suite authors: runs test scripts against the demo application,
-// shows its object tree, checks and rewrites object maps, takes names apart and converts gesture files.
+// vexil: the command-line tool for test-suite authors: runs test scripts against a Qt program under the
+// agent, shows its object tree, records sessions into tests, checks and rewrites object maps, takes names
+// apart and converts gesture files.
 #include "cli.h"
 #include "commands.h"
 
@@ -8,48 +9,35 @@
 
 namespace {
 
-const char kHelp[] = R"HELP(Usage: vexil COMMAND [ARGUMENTS...]
+using namespace VexilTool;
 
-Commands:
-  launch [--listen tcp:HOST:PORT] -- PROGRAM [ARGS...]
-                             start a Qt program with the agent and print how to reach it
-  run SCRIPT [--objectmap FILE] [--visible] [--verbose]
-                             run a test script against the demo application
-  tree [--depth N] [--properties] [--objectmap FILE]
-                             print the demo application's object tree with real and symbolic names
-  objectmap check FILE       report real names that do not parse and duplicate names in an object map
-  objectmap normalize FILE [-o OUT]
-                             rewrite an object map in canonical order and form
-  objectmap lookup FILE NAME resolve a symbolic name to its real name, or a real name to its symbolic name
-  name NAME                  parse a multi-property name and print its canonical form and properties
-  gesture info FILE          summarise a gesture XML file
-  gesture convert FILE --unit px|mm|pt --dpi X[,Y] [-o OUT]
-                             convert gestures to another unit
-  gesture transform FILE [--translate DX,DY] [--scale S] [--rotate A] [--accelerate F] [-o OUT]
-                             move, scale, rotate or speed up gestures
+const std::vector<Command> &commandTable()
+{
+    static const std::vector<Command> table = { launchCommand(),    runCommand(),  treeCommand(),
+                                                recordCommand(),    nameCommand(), objectMapCommand(),
+                                                gestureCommand() };
+    return table;
+}
+
+QString help()
+{
+    return QStringLiteral("Usage: vexil COMMAND [ARGUMENTS...]\n\nCommands:\n") + commandList(commandTable())
+        + QStringLiteral(R"HELP(
 
 'vexil COMMAND --help' (or 'vexil help COMMAND') describes a command.
 
 Errors name the file, the line and, where there is one, the column: "demo.vxs:12: ...".
 Exit codes: 0 success; 1 failures found (failed steps, a bad object map, name or gesture file);
-2 usage errors and files that cannot be read or written.)HELP";
+2 usage errors and files that cannot be read or written.)HELP");
+}
 
-int dispatch(const QString &command, const QStringList &rest)
+int dispatch(const QString &name, const QStringList &rest)
 {
-    using namespace VexilTool;
-    if (command == QLatin1String("launch"))
-        return launchCommand(rest);
-    if (command == QLatin1String("run"))
-        return runCommand(rest);
-    if (command == QLatin1String("tree"))
-        return treeCommand(rest);
-    if (command == QLatin1String("objectmap"))
-        return objectMapCommand(rest);
-    if (command == QLatin1String("name"))
-        return nameCommand(rest);
-    if (command == QLatin1String("gesture"))
-        return gestureCommand(rest);
-    err(QStringLiteral("vexil: unknown command '%1'").arg(command));
+    for (const Command &command : commandTable()) {
+        if (name == QLatin1String(command.name))
+            return execute(command, name, rest);
+    }
+    err(QStringLiteral("vexil: unknown command '%1'").arg(name));
     err(QStringLiteral("Try 'vexil --help'."));
     return ExitUsage;
 }
@@ -58,31 +46,26 @@ int dispatch(const QString &command, const QStringList &rest)
 
 int main(int argc, char **argv)
 {
-    using namespace VexilTool;
     QStringList args;
     for (int i = 1; i < argc; ++i)
         args.append(QString::fromLocal8Bit(argv[i]));
 
     if (args.isEmpty()) {
-        err(QString::fromUtf8(kHelp));
+        err(help());
         return ExitUsage;
     }
     const QString command = args.takeFirst();
-    if (command == QLatin1String("--help") || command == QLatin1String("-h")) {
-        out(QString::fromUtf8(kHelp));
+    if (command == QLatin1String("--help") || command == QLatin1String("-h")
+        || (command == QLatin1String("help") && args.isEmpty())) {
+        out(help());
         return ExitOk;
     }
     if (command == QLatin1String("--version")) {
         out(QStringLiteral("vexil " VEXIL_VERSION));
         return ExitOk;
     }
-    if (command == QLatin1String("help")) {
-        if (args.isEmpty()) {
-            out(QString::fromUtf8(kHelp));
-            return ExitOk;
-        }
-        // "help objectmap check" is "objectmap check --help".
+    // "help objectmap check" is "objectmap check --help".
+    if (command == QLatin1String("help"))
         return dispatch(args.at(0), args.mid(1) << QStringLiteral("--help"));
-    }
     return dispatch(command, args);
 }

@@ -2,7 +2,7 @@
 #include "cli.h"
 #include "commands.h"
 
-#include <objectmap.h>
+#include <objectname.h>
 
 namespace VexilTool {
 
@@ -56,34 +56,9 @@ void printProperties(const QMap<QString, Vexil::PropertyValue> &props, int depth
     }
 }
 
-} // namespace
-
-void printNameError(const QString &head, const QString &text, const Vexil::ObjectName &name)
+int describeName(const Invocation &call)
 {
-    err(head + cleanMessage(name.errorMessage()));
-    const int index = name.errorOffset();
-    if (index < 0)
-        return;
-    err(QStringLiteral("  ") + text);
-    err(QStringLiteral("  ") + caretLine(text, index));
-}
-
-int nameCommand(const QStringList &args)
-{
-    Args parsed;
-    QString error;
-    if (!parsed.parse(args, {}, &error))
-        return usageError(QStringLiteral("name"), error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kNameHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 1)
-        return usageError(QStringLiteral("name"),
-            parsed.positionals().isEmpty() ? QStringLiteral("missing NAME")
-                                           : QStringLiteral("expected one NAME (quote names with blanks)"));
-
-    const QString text = parsed.positionals().at(0);
+    const QString text = call.positionals().at(0);
     const Vexil::ObjectName name(text);
     if (!name.isValid()) {
         printNameError(QStringLiteral("vexil name: "), text, name);
@@ -100,6 +75,14 @@ int nameCommand(const QStringList &args)
     out(Vexil::qualifiedNameFromProperties(name.properties()));
     printProperties(name.properties(), 1);
     return ExitOk;
+}
+
+} // namespace
+
+Command nameCommand()
+{
+    return { "name", "name NAME", "parse a multi-property name and print its canonical form and properties",
+             kNameHelp, {}, 1, 1, "missing NAME", "expected one NAME (quote names with blanks)", describeName, {} };
 }
 
 } // namespace VexilTool

@@ -155,26 +155,13 @@ QString plural(int n, const char *one, const char *many)
     return QString::number(n) + QLatin1Char(' ') + QLatin1String(n == 1 ? one : many);
 }
 
-int check(const QStringList &args)
+int check(const Invocation &call)
 {
-    Args parsed;
-    QString error;
-    const QString command = QStringLiteral("objectmap check");
-    if (!parsed.parse(args, {}, &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kCheckHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 1)
-        return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
-                                                                  : QStringLiteral("expected one FILE"));
-    const QString path = parsed.positionals().at(0);
+    const QString path = call.positionals().at(0);
     Vexil::ObjectMapText map;
-    if (!readMapFile(path, &map, &error)) {
-        err(QStringLiteral("vexil %1: %2").arg(command, error));
-        return ExitUsage;
-    }
+    QString error;
+    if (!readMapFile(path, &map, &error))
+        return call.fail(error);
 
     // Collected first and printed in line order, whichever check found them.
     std::vector<std::pair<int, QStringList>> reports;
@@ -252,30 +239,17 @@ int check(const QStringList &args)
     return problems ? ExitFailures : ExitOk;
 }
 
-int normalize(const QStringList &args)
+int normalize(const Invocation &call)
 {
-    Args parsed;
-    QString error;
-    const QString command = QStringLiteral("objectmap normalize");
-    if (!parsed.parse(args, { { "--output", "-o", "OUT" } }, &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kNormalizeHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 1)
-        return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
-                                                                  : QStringLiteral("expected one FILE"));
-    const QString path = parsed.positionals().at(0);
+    const QString path = call.positionals().at(0);
     const QString target
-        = parsed.has(QStringLiteral("--output")) ? parsed.value(QStringLiteral("--output")) : path;
+        = call.args.has(QStringLiteral("--output")) ? call.args.value(QStringLiteral("--output")) : path;
     if (target.isEmpty())
-        return usageError(command, QStringLiteral("empty output file name"));
+        return call.usage(QStringLiteral("empty output file name"));
     Vexil::ObjectMapText file;
-    if (!readMapFile(path, &file, &error)) {
-        err(QStringLiteral("vexil %1: %2").arg(command, error));
-        return ExitUsage;
-    }
+    QString error;
+    if (!readMapFile(path, &file, &error))
+        return call.fail(error);
 
     for (int line : file.linesWithoutTab)
         err(location(path, line) + QStringLiteral(": note: line without a tab dropped"));
@@ -312,10 +286,8 @@ int normalize(const QStringList &args)
             + plural(invalid, "real name that does not parse", "real names that do not parse")
             + QStringLiteral(" kept as written (see 'vexil objectmap check')"));
 
-    if (!writeFileAtomically(target, map.toString().toUtf8(), &error)) {
-        err(QStringLiteral("vexil %1: %2").arg(command, error));
-        return ExitUsage;
-    }
+    if (!writeFileAtomically(target, map.toString().toUtf8(), &error))
+        return call.fail(error);
     if (target != QLatin1String("-")) {
         out(target + QStringLiteral(": ") + plural(map.symbolicNames().size(), "entry", "entries")
             + QStringLiteral(" written"));
@@ -323,31 +295,16 @@ int normalize(const QStringList &args)
     return ExitOk;
 }
 
-int lookup(const QStringList &args)
+int lookup(const Invocation &call)
 {
-    Args parsed;
-    QString error;
-    const QString command = QStringLiteral("objectmap lookup");
-    if (!parsed.parse(args, {}, &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kLookupHelp));
-        return ExitOk;
-    }
-    if (parsed.positionals().size() != 2)
-        return usageError(command,
-            parsed.positionals().size() < 2
-                ? QStringLiteral("expected FILE and NAME")
-                : QStringLiteral("expected FILE and one NAME (quote names with blanks)"));
-    const QString path = parsed.positionals().at(0);
-    const QString name = parsed.positionals().at(1);
+    const QString path = call.positionals().at(0);
+    const QString name = call.positionals().at(1);
     if (name.isEmpty())
-        return usageError(command, QStringLiteral("empty NAME"));
+        return call.usage(QStringLiteral("empty NAME"));
     Vexil::ObjectMapText file;
-    if (!readMapFile(path, &file, &error)) {
-        err(QStringLiteral("vexil %1: %2").arg(command, error));
-        return ExitUsage;
-    }
+    QString error;
+    if (!readMapFile(path, &file, &error))
+        return call.fail(error);
     Vexil::ObjectMap map;
     for (const Entry &e : file.entries)
         map.add(e.real, e.symbolic);
@@ -362,7 +319,7 @@ int lookup(const QStringList &args)
     }
     const Vexil::ObjectName real(name);
     if (!real.isValid()) {
-        printNameError(QStringLiteral("vexil %1: ").arg(command), name, real);
+        printNameError(QStringLiteral("vexil %1: ").arg(call.command), name, real);
         return ExitFailures;
     }
     const QString symbolic = map.symbolicName(name, false);
@@ -376,27 +333,20 @@ int lookup(const QStringList &args)
 
 } // namespace
 
-int objectMapCommand(const QStringList &args)
+Command objectMapCommand()
 {
-    const QString sub = args.value(0);
-    const QStringList rest = args.mid(1);
-    if (sub == QLatin1String("check"))
-        return check(rest);
-    if (sub == QLatin1String("normalize"))
-        return normalize(rest);
-    if (sub == QLatin1String("lookup"))
-        return lookup(rest);
-    if (sub.isEmpty() || sub == QLatin1String("--help") || sub == QLatin1String("-h")
-        || sub == QLatin1String("help")) {
-        if (sub.isEmpty()) {
-            err(QString::fromUtf8(kObjectMapHelp));
-            return ExitUsage;
-        }
-        out(QString::fromUtf8(kObjectMapHelp));
-        return ExitOk;
-    }
-    return usageError(QStringLiteral("objectmap"),
-        QStringLiteral("unknown subcommand '%1' (expected check, normalize or lookup)").arg(sub));
+    return { "objectmap", "objectmap", "check, rewrite and query object maps", kObjectMapHelp, {}, 0, 0,
+             nullptr, nullptr, nullptr,
+             { { "check", "objectmap check FILE",
+                 "report real names that do not parse and duplicate names in an object map", kCheckHelp, {}, 1, 1,
+                 "missing FILE", "expected one FILE", check, {} },
+               { "normalize", "objectmap normalize FILE [-o OUT]", "rewrite an object map in canonical order and form",
+                 kNormalizeHelp, { { "--output", "-o", "OUT" } }, 1, 1, "missing FILE", "expected one FILE",
+                 normalize, {} },
+               { "lookup", "objectmap lookup FILE NAME",
+                 "resolve a symbolic name to its real name, or a real name to its symbolic name", kLookupHelp, {}, 2,
+                 2, "expected FILE and NAME", "expected FILE and one NAME (quote names with blanks)", lookup,
+                 {} } } };
 }
 
 } // namespace VexilTool

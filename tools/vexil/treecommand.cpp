@@ -1,20 +1,22 @@
-// treecommand.cpp: "vexil tree": the demo application's objects as the model shows them, with their names.
+// treecommand.cpp: "vexil tree": a program's objects as the model shows them, with their names.
 #include "cli.h"
 #include "commands.h"
-#include "demosession.h"
+#include "session.h"
+#include "valuetext.h"
 
 #include <inspector.h>
 #include <objectmap.h>
-#include <qtwrapper.h>
 
 namespace VexilTool {
 
 namespace {
 
-const char kTreeHelp[] = R"HELP(Usage: vexil tree [--depth N] [--properties] [--objectmap FILE] [--write-objectmap OUT]
+const char kTreeHelp[] = R"HELP(Usage: vexil tree [--app "PROGRAM ARGS" | --attach ADDRESS [--token TOKEN]] [--depth N]
+                  [--properties] [--objectmap FILE] [--write-objectmap OUT]
 
-Starts the demo application on the offscreen platform and prints its object tree as the object model
-sees it, top-level windows first, two blanks of indentation per level. Each line holds the object's
+Starts PROGRAM under the agent (--app; offscreen unless --visible) or connects to a program started with
+"vexil launch" (--attach), and prints its object tree as the object model sees it, top-level windows
+first, two blanks of indentation per level. Without either, the demo application runs inside vexil. Each line holds the object's
 symbolic name and its real (multi-property) name:
 
   :Vexil Demo_VexilDemo::DemoMainWindow  {name='mainWindow' type='VexilDemo::DemoMainWindow' visible='1'}
@@ -23,18 +25,23 @@ The symbolic name is the one the object map gives the object: the stored one wit
 name the map derives for it (as a recorder would), marked "(new)" when a map file was given.
 
 Options:
+  --app "PROGRAM ARGS"    start PROGRAM under the agent
+  --attach ADDRESS        a program "vexil launch" started; --token TOKEN for a tcp: address
+  --visible               show the program on the display
   --depth N               stop N levels below the top-level windows (0: the windows only)
   --properties            list each object's readable properties below it as "- name = value"
   --objectmap FILE        the object map to take symbolic names from
   --write-objectmap OUT   write the map with a symbolic name for every object shown, atomically
 
-Exit codes: 0 success, 2 usage error or a file that cannot be read or written.)HELP";
+Exit codes: 0 success, 2 usage error, a file that cannot be read or written or a program that cannot
+be started or reached.)HELP";
 
 class TreePrinter
 {
 public:
-    TreePrinter(Vexil::ObjectMap *map, int maxDepth, bool properties, bool markNew)
-        : m_map(map)
+    TreePrinter(Session *session, int maxDepth, bool properties, bool markNew)
+        : m_session(session)
+        , m_map(&session->localMap())
         , m_maxDepth(maxDepth)
         , m_properties(properties)
         , m_markNew(markNew)
@@ -44,8 +51,7 @@ public:
     void print(const Vexil::Object::Ptr &object, int depth)
     {
         const QString indent(2 * depth, QLatin1Char(' '));
-        QObject *qobject = Vexil::QtWrapper::qobjectOf(object);
-        const QString real = qobject ? Vexil::QtWrapper::realName(qobject) : object->qualifiedName();
+        const QString real = m_session->realName(object);
         const bool known = m_map->symbolicName(real, false).startsWith(QLatin1Char(':'));
         const QString symbolic = m_map->symbolicName(real, true);
         out(indent + symbolic + (m_markNew && !known ? QStringLiteral(" (new)") : QString())
@@ -72,76 +78,69 @@ private:
                 continue;
             const Vexil::Object::Ptr value = p->get(object);
             const QString text = value
-                ? scriptQuoted(displayValue(value))
+                ? scriptQuoted(displayValue(value,
+                                            [this](const Vexil::Object::Ptr &o) { return m_session->displayName(o); }))
                 : QStringLiteral("(unreadable: %1)").arg(Vexil::Inspector::self()->lastError());
             out(indent + QStringLiteral("- ") + p->name() + QStringLiteral(" = ") + text);
         }
     }
 
+    Session *m_session;
     Vexil::ObjectMap *m_map;
     int m_maxDepth;
     bool m_properties;
     bool m_markNew;
 };
 
-} // namespace
-
-int treeCommand(const QStringList &args)
+int tree(const Invocation &call)
 {
-    const QString command = QStringLiteral("tree");
-    Args parsed;
-    QString error;
-    if (!parsed.parse(args,
-                      { { "--depth", nullptr, "N" }, { "--properties", nullptr, nullptr },
-                        { "--objectmap", nullptr, "FILE" }, { "--write-objectmap", nullptr, "OUT" } },
-                      &error))
-        return usageError(command, error);
-    if (parsed.help()) {
-        out(QString::fromUtf8(kTreeHelp));
-        return ExitOk;
-    }
-    if (!parsed.positionals().isEmpty())
-        return usageError(
-            command, QStringLiteral("unexpected argument '%1'").arg(parsed.positionals().at(0)));
+    const Args &parsed = call.args;
     int depth = -1;
     if (parsed.has(QStringLiteral("--depth"))) {
         bool ok = false;
         depth = parsed.value(QStringLiteral("--depth")).toInt(&ok);
         if (!ok || depth < 0)
-            return usageError(command, QStringLiteral("--depth needs a number of levels, 0 or more"));
+            return call.usage(QStringLiteral("--depth needs a number of levels, 0 or more"));
     }
+    SessionOptions options;
+    QString error;
+    if (!readSessionOptions(parsed, &options, &error))
+        return call.usage(error);
     const bool withMap = parsed.has(QStringLiteral("--objectmap"));
-    const QString mapPath = parsed.value(QStringLiteral("--objectmap"));
     QByteArray unused;
-    if (withMap && !readFile(mapPath, &unused, &error)) {
-        err(QStringLiteral("vexil tree: ") + error);
+    if (withMap && !call.read(options.objectMap, &unused))
         return ExitUsage;
-    }
 
-    DemoSession session;
-    if (!session.start(false, &error)) {
-        err(QStringLiteral("vexil tree: ") + error);
-        return ExitUsage;
-    }
-    Vexil::ObjectMap map;
-    if (withMap && !map.loadFromFile(mapPath)) {
-        err(QStringLiteral("vexil tree: cannot open '%1'").arg(mapPath));
-        return ExitUsage;
-    }
-    TreePrinter printer(&map, depth, parsed.has(QStringLiteral("--properties")), withMap);
+    std::unique_ptr<Session> session = openSession(options, &error);
+    if (!session)
+        return call.fail(error);
+    TreePrinter printer(session.get(), depth, parsed.has(QStringLiteral("--properties")), withMap);
     for (const Vexil::Object::Ptr &top : Vexil::Inspector::self()->objects()) {
         if (top && !top->isNull())
             printer.print(top, 0);
     }
+    const QString ended = session->endedText();
+    if (!ended.isEmpty())
+        return call.fail(ended);
 
     if (parsed.has(QStringLiteral("--write-objectmap"))) {
         const QString target = parsed.value(QStringLiteral("--write-objectmap"));
-        if (!writeFileAtomically(target, map.toString().toUtf8(), &error)) {
-            err(QStringLiteral("vexil tree: ") + error);
-            return ExitUsage;
-        }
+        if (!writeFileAtomically(target, session->localMap().toString().toUtf8(), &error))
+            return call.fail(error);
     }
     return ExitOk;
+}
+
+} // namespace
+
+Command treeCommand()
+{
+    std::vector<OptionDecl> options = sessionOptionDecls();
+    options.insert(options.end(), { { "--depth", nullptr, "N" }, { "--properties", nullptr, nullptr },
+                                    { "--write-objectmap", nullptr, "OUT" } });
+    return { "tree", "tree [--app \"PROGRAM ARGS\" | --attach ADDRESS] [--depth N] [--properties] [--objectmap FILE]",
+             "print a program's object tree with real and symbolic names", kTreeHelp, options, 0, 0, nullptr,
+             nullptr, tree, {} };
 }
 
 } // namespace VexilTool
