@@ -30,12 +30,17 @@ QByteArray bodyOf(const std::function<void(QDataStream &)> &write)
 void clearModelError()
 {
     Inspector::self()->lastError();
+    recentDiagnostics().clear();
 }
 
+// The model's error text; failing that, what it said as a diagnostic meanwhile (a refused conversion says
+// why only there); failing that, \p fallback.
 QString modelError(const QString &fallback)
 {
     const QString text = Inspector::self()->lastError();
-    return text.isEmpty() ? fallback : text;
+    if (!text.isEmpty())
+        return text;
+    return recentDiagnostics().isEmpty() ? fallback : recentDiagnostics().join(QLatin1Char(' '));
 }
 
 // Ready for a person: shown and enabled, where the object has those notions at all.
@@ -254,7 +259,9 @@ bool RequestHandler::runCall(Agent *agent, const Reply &reply, const std::functi
     const bool answeredEarly = agent->endRunning(running);
     const QString text = Inspector::self()->lastError();
     if (!*result || !text.isEmpty())
-        *error = text.isEmpty() ? QStringLiteral("the call failed") : text;
+        *error = !text.isEmpty() ? text
+            : recentDiagnostics().isEmpty() ? QStringLiteral("the call failed")
+                                            : recentDiagnostics().join(QLatin1Char(' '));
     return !answeredEarly;
 }
 
