@@ -144,4 +144,57 @@ void BM_RemoteStep(benchmark::State &state)
 }
 BENCHMARK(BM_RemoteStep)->Unit(benchmark::kMicrosecond);
 
+// Locate and click through the real input path, as one request: one round trip plus the program's handling.
+void BM_RemoteClick(benchmark::State &state)
+{
+    Setup &s = setup();
+    if (!s.remote) {
+        state.SkipWithError(s.error.toUtf8().constData());
+        return;
+    }
+    Remote::StepRequest request;
+    request.name = QStringLiteral("{type='QPushButton' text='OK'}");
+    request.action = Remote::StepRequest::CallFunction;
+    request.member = QStringLiteral("mouseClick");
+    Remote::StepAnswer answer;
+    for (auto _ : state) {
+        if (!s.remote->step(request, &answer)) {
+            state.SkipWithError(s.remote->lastError().toUtf8().constData());
+            break;
+        }
+    }
+}
+BENCHMARK(BM_RemoteClick)->Unit(benchmark::kMicrosecond);
+
+// Finding an object, and waiting for one that is already there: the wait must cost no more.
+void findOrWait(benchmark::State &state, int waitMs)
+{
+    Setup &s = setup();
+    if (!s.remote) {
+        state.SkipWithError(s.error.toUtf8().constData());
+        return;
+    }
+    const QString name = QStringLiteral("{type='QPushButton' text='OK'}");
+    for (auto _ : state) {
+        Object::Ptr found = waitMs < 0 ? s.remote->findObject(name) : s.remote->waitForObject(name, waitMs);
+        if (!found) {
+            state.SkipWithError(s.remote->lastError().toUtf8().constData());
+            break;
+        }
+        benchmark::DoNotOptimize(found.get());
+    }
+}
+
+void BM_FindExistingObject(benchmark::State &state)
+{
+    findOrWait(state, -1);
+}
+BENCHMARK(BM_FindExistingObject)->Unit(benchmark::kMicrosecond);
+
+void BM_WaitForExistingObject(benchmark::State &state)
+{
+    findOrWait(state, 20000);
+}
+BENCHMARK(BM_WaitForExistingObject)->Unit(benchmark::kMicrosecond);
+
 } // namespace

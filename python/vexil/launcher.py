@@ -1,9 +1,11 @@
 """Starting a program under the agent (LD_PRELOAD, a private socket directory) and attaching to one."""
+import ctypes
 import os
 import re
 import secrets
 import shlex
 import shutil
+import signal
 import subprocess
 import sysconfig
 import tempfile
@@ -73,6 +75,14 @@ def resolve_program(program, env, cwd):
     return found
 
 
+def _end_with_parent():
+    # A test runner that dies must not leave its programs running (and holding its output pipes).
+    try:
+        ctypes.CDLL(None).prctl(1, signal.SIGTERM)  # PR_SET_PDEATHSIG
+    except (OSError, AttributeError):
+        pass
+
+
 def _socket_dir():
     # mkdtemp makes the directory 0700. Unix socket paths are short (108 bytes), so fall back to /tmp
     # when TMPDIR is deep.
@@ -105,6 +115,8 @@ def launch(argv, *, object_map=None, env=None, cwd=None, timeout=30.0, listen=No
     full_env["LD_PRELOAD"] = library + (" " + preload if preload else "")
     full_env["VEXIL_AGENT_SOCKET"] = socket_path
     full_env.setdefault("QT_QPA_PLATFORM", "offscreen")
+    # Qt wants a private runtime directory and complains without one; the socket's directory is one.
+    full_env.setdefault("XDG_RUNTIME_DIR", socket_dir)
     # Qt Quick finds no OpenGL there: its software renderer draws, unless the user chose a renderer.
     if full_env["QT_QPA_PLATFORM"].startswith("offscreen") and not (
             full_env.get("QT_QUICK_BACKEND") or full_env.get("QMLSCENE_DEVICE")):
@@ -115,7 +127,8 @@ def launch(argv, *, object_map=None, env=None, cwd=None, timeout=30.0, listen=No
         full_env["VEXIL_AGENT_TOKEN"] = token
     try:
         # Own session: Ctrl+C in a shell or a recording stops us, not the program behind our back.
-        proc = subprocess.Popen([program] + argv[1:], env=full_env, cwd=cwd, start_new_session=True)
+        proc = subprocess.Popen([program] + argv[1:], env=full_env, cwd=cwd, start_new_session=True,
+                                preexec_fn=_end_with_parent)
     except OSError as e:
         shutil.rmtree(socket_dir, ignore_errors=True)
         raise LaunchError("cannot start %s: %s" % (argv[0], e.strerror or e)) from None

@@ -2,6 +2,7 @@
 #include "agent.h"
 
 #include "delegate.h"
+#include "diagnostics.h"
 #include "eventdata.h"
 #include "inspector.h"
 #include "objectmap.h"
@@ -51,6 +52,12 @@ public:
 private:
     Agent *m_agent;
 };
+
+QStringList &recentDiagnostics()
+{
+    static QStringList messages;
+    return messages;
+}
 
 Connection::Connection(Agent *agent, QIODevice *socket, bool tokenRequired)
     : QObject(agent)
@@ -239,6 +246,13 @@ bool Agent::start(const QString &unsupported)
                 connect(m_tcp, &QTcpServer::newConnection, this, &Agent::onNewTcpConnection);
         }
     }
+    // Keep the library's diagnostics for the answer as well as printing them where the program's go.
+    setDiagnosticHandler([](const QString &text, bool endsLine) {
+        QStringList &recent = recentDiagnostics();
+        if (recent.size() < 16)
+            recent.append(text.trimmed());
+        std::fprintf(stderr, endsLine ? "%s\n" : "%s", text.toUtf8().constData());
+    });
     if (QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance())
         connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this, &Agent::onAboutToBlock);
     return true;

@@ -28,6 +28,9 @@ namespace Agent {
 
 class Agent;
 
+/// The library's diagnostics since the current request began (they are also printed as usual).
+QStringList &recentDiagnostics();
+
 /// What the launcher asked for, read from the environment while the agent was loaded.
 struct Config
 {

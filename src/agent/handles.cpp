@@ -1,20 +1,7 @@
-// handles.cpp: handed-out objects and the value mapping of the wire format.
+// handles.cpp: handed-out objects, which travel by handle.
 #include "handles.h"
 
-#include "arrayclass.h"
-#include "datetime.h"
-#include "inspector.h"
-#include "mapclass.h"
-#include "primitives.h"
 #include "qtwrapper.h"
-#include "screenpoint.h"
-#include "screenrectangle.h"
-
-#include <QDateTime>
-#include <QPoint>
-#include <QRect>
-
-#include <limits>
 
 namespace Vexil {
 namespace Agent {
@@ -73,120 +60,40 @@ void HandleTable::forget(quint64 handle)
         onInvalidated(handle);
 }
 
-namespace {
-
-bool isValueClass(const Class *cls, const char *name)
+bool HandleTable::referenceFor(const Object::Ptr &object, QVariant *value, QString *)
 {
-    return cls && qstrcmp(cls->name(), name) == 0 && cls->nameSpace()
-        && cls->nameSpace()->name() == QLatin1String("UiTypes");
+    Protocol::ObjectRef ref;
+    ref.handle = handleFor(object);
+    ref.className = object->objectClass() ? object->objectClass()->fullyQualifiedClassName() : QString();
+    *value = QVariant::fromValue(ref);
+    return true;
 }
 
-} // namespace
+Object::Ptr HandleTable::objectFor(const Protocol::ObjectRef &ref, QString *error)
+{
+    const Object::Ptr object = resolve(ref.handle, &m_lastError);
+    if (!object)
+        *error = m_lastError == Protocol::StaleObject ? QStringLiteral("an argument's object was destroyed")
+                                                      : QStringLiteral("an argument names no object");
+    return object;
+}
 
 QVariant toWire(const Object::Ptr &object, HandleTable *handles)
 {
-    if (!object || object->isNull())
-        return QVariant();
-    Inspector *insp = Inspector::self();
-    const Class *cls = object->objectClass();
-    if (cls == insp->type(Inspector::Void) || cls == insp->type(Inspector::Undefined))
-        return QVariant();
-    if (cls == insp->type(Inspector::Bool))
-        return object->toBoolean();
-    if (cls == insp->type(Inspector::Double))
-        return object->toDouble();
-    if (cls == insp->type(Inspector::Char))
-        return object->toString();
-    if (cls == insp->type(Inspector::Short) || cls == insp->type(Inspector::Int)
-        || cls == insp->type(Inspector::Long) || cls == insp->type(Inspector::Int64))
-        return qlonglong(object->toInt64());
-    if (cls == ArrayClass::registeredClass()) {
-        QVariantList list;
-        for (const Object::Ptr &item : ArrayClass::unwrapObject(object))
-            list.append(toWire(item, handles));
-        return list;
-    }
-    if (cls == MapClass::registeredClass()) {
-        QVariantMap map;
-        for (const auto &entry : MapClass::unwrapObject(object))
-            map.insert(entry.first, toWire(entry.second, handles));
-        return map;
-    }
-    if (isValueClass(cls, "ScreenPoint")) {
-        const ScreenPoint p = unwrapScreenPoint(object);
-        return QPoint(p.x, p.y);
-    }
-    if (isValueClass(cls, "ScreenRectangle")) {
-        const ScreenRectangle r = unwrapScreenRectangle(object);
-        return QRect(r.x, r.y, r.width, r.height);
-    }
-    if (isValueClass(cls, "DateTime")) {
-        const DateTime d = unwrapDateTime(object);
-        return QDateTime(QDate(d.year, d.month, d.day), QTime(d.hour, d.minute, d.second));
-    }
-    Protocol::ObjectRef ref;
-    ref.handle = handles->handleFor(object);
-    ref.className = cls ? cls->fullyQualifiedClassName() : QString();
-    return QVariant::fromValue(ref);
+    // Everything that is not a value becomes a handle, so nothing fails here.
+    QVariant value;
+    QString error;
+    Protocol::toWire(object, *handles, &value, &error);
+    return value;
 }
 
 Object::Ptr fromWire(const QVariant &value, HandleTable *handles, Protocol::ErrorCode *error)
 {
-    Inspector *insp = Inspector::self();
-    if (value.userType() == qMetaTypeId<Protocol::ObjectRef>())
-        return handles->resolve(value.value<Protocol::ObjectRef>().handle, error);
-    switch (int(value.type())) {
-    case QMetaType::UnknownType:
-        return insp->voidObject();
-    case QMetaType::Bool:
-        return insp->createPrimitive(value.toBool());
-    case QMetaType::LongLong: {
-        const qlonglong i = value.toLongLong();
-        if (i >= std::numeric_limits<int>::min() && i <= std::numeric_limits<int>::max())
-            return insp->createPrimitive(int(i));
-        return insp->createPrimitive(static_cast<long long>(i));
-    }
-    case QMetaType::Double:
-        return insp->createPrimitive(value.toDouble());
-    case QMetaType::QVariantList: {
-        std::vector<Object::Ptr> items;
-        for (const QVariant &v : value.toList()) {
-            Object::Ptr item = fromWire(v, handles, error);
-            if (!item)
-                return Object::Ptr();
-            items.push_back(item);
-        }
-        return ArrayClass::wrapObject(items);
-    }
-    case QMetaType::QVariantMap: {
-        std::map<QString, Object::Ptr> entries;
-        const QVariantMap map = value.toMap();
-        for (auto it = map.cbegin(); it != map.cend(); ++it) {
-            Object::Ptr item = fromWire(it.value(), handles, error);
-            if (!item)
-                return Object::Ptr();
-            entries.emplace(it.key(), item);
-        }
-        return MapClass::wrapObject(entries);
-    }
-    case QMetaType::QPoint: {
-        const QPoint p = value.toPoint();
-        return wrapScreenPoint(ScreenPoint(p.x(), p.y()));
-    }
-    case QMetaType::QRect: {
-        const QRect r = value.toRect();
-        return wrapScreenRectangle(ScreenRectangle(r.x(), r.y(), r.width(), r.height()));
-    }
-    case QMetaType::QDateTime: {
-        const QDateTime d = value.toDateTime();
-        return wrapDateTime(DateTime(d.date().year(), d.date().month(), d.date().day(), d.time().hour(),
-                                     d.time().minute(), d.time().second()));
-    }
-    case QMetaType::QByteArray:
-        return wrap(QString::fromUtf8(value.toByteArray()));
-    default:
-        return wrap(value.toString());
-    }
+    QString text;
+    const Object::Ptr object = Protocol::fromWire(value, *handles, &text);
+    if (!object)
+        *error = handles->lastError();
+    return object;
 }
 
 } // namespace Agent

@@ -4,6 +4,7 @@
 
 #include "object.h"
 #include "protocol.h"
+#include "wirevalues.h"
 
 #include <QHash>
 #include <QObject>
@@ -18,9 +19,14 @@ namespace Agent {
 
 /// Handles are serial numbers, never reused: a handle below the next serial that is no longer in the table
 /// belonged to an object that died (stale); any other is unknown.
-class HandleTable
+class HandleTable : public Protocol::ObjectCodec
 {
 public:
+    bool referenceFor(const Object::Ptr &object, QVariant *value, QString *error) override;
+    Object::Ptr objectFor(const Protocol::ObjectRef &ref, QString *error) override;
+    /// Why the last objectFor() failed.
+    Protocol::ErrorCode lastError() const { return m_lastError; }
+
     /// Called with the handle of an object that was destroyed while it was in the table.
     std::function<void(quint64)> onInvalidated;
 
@@ -43,6 +49,7 @@ private:
     QObject m_watcherContext;
     QHash<const Object *, quint64> m_byObject;
     quint64 m_next = 1;
+    Protocol::ErrorCode m_lastError = Protocol::NoSuchObject;
 };
 
 /// Model object to wire value: value classes by value, everything else as an object reference.

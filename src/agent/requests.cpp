@@ -30,12 +30,17 @@ QByteArray bodyOf(const std::function<void(QDataStream &)> &write)
 void clearModelError()
 {
     Inspector::self()->lastError();
+    recentDiagnostics().clear();
 }
 
+// The model's error text; failing that, what it said as a diagnostic meanwhile (a refused conversion says
+// why only there); failing that, \p fallback.
 QString modelError(const QString &fallback)
 {
     const QString text = Inspector::self()->lastError();
-    return text.isEmpty() ? fallback : text;
+    if (!text.isEmpty())
+        return text;
+    return recentDiagnostics().isEmpty() ? fallback : recentDiagnostics().join(QLatin1Char(' '));
 }
 
 // Ready for a person: shown and enabled, where the object has those notions at all.
@@ -68,6 +73,11 @@ QString recordedName(const Object::Ptr &object)
         return object->toString();
     const QString real = QtWrapper::realName(q);
     return ObjectMap::self() ? ObjectMap::self()->symbolicName(real, true) : real;
+}
+
+QString noProperty(const Object::Ptr &object, const QString &name)
+{
+    return QStringLiteral("class %1 has no property '%2'").arg(object->className(), name);
 }
 
 // Window functions are recorded as calls; input functions are not, because the wrapper's recorder already
@@ -140,6 +150,13 @@ private:
         return true;
     }
     QVariant wire(const Object::Ptr &object) { return toWire(object, &m_agent->handles()); }
+    const Property *propertyOf(const Object::Ptr &object, const QString &name)
+    {
+        const Property *p = object->objectClass()->property(name);
+        if (!p)
+            fail(Protocol::InvocationError, noProperty(object, name));
+        return p;
+    }
 
     void hello();
     void find();
@@ -162,6 +179,8 @@ private:
 
     // Locates \p name, waiting up to \p waitMs (negative: not at all); then runs \p found with the object.
     void locate(const QString &name, int waitMs, std::function<void(const Object::Ptr &)> found);
+    // Answers the result of a call that may nest an event loop (Invoke, Call).
+    void answerCall(const std::function<Object::Ptr()> &call);
     // Runs a call that may nest an event loop; false when the answer was given early, from that loop.
     static bool runCall(Agent *agent, const Reply &reply, const std::function<Object::Ptr()> &call,
                         const QByteArray &earlyBody, Object::Ptr *result, QString *error);
@@ -254,7 +273,9 @@ bool RequestHandler::runCall(Agent *agent, const Reply &reply, const std::functi
     const bool answeredEarly = agent->endRunning(running);
     const QString text = Inspector::self()->lastError();
     if (!*result || !text.isEmpty())
-        *error = text.isEmpty() ? QStringLiteral("the call failed") : text;
+        *error = !text.isEmpty() ? text
+            : recentDiagnostics().isEmpty() ? QStringLiteral("the call failed")
+                                            : recentDiagnostics().join(QLatin1Char(' '));
     return !answeredEarly;
 }
 
@@ -332,7 +353,7 @@ void RequestHandler::step()
                 const Property *p = object->objectClass()->property(member);
                 if (!p || args.empty()) {
                     failTo(reply, Protocol::InvocationError,
-                           !p ? QStringLiteral("class %1 has no property '%2'").arg(object->className(), member)
+                           !p ? noProperty(object, member)
                               : QStringLiteral("no value to set"));
                     return;
                 }
@@ -369,7 +390,7 @@ void RequestHandler::step()
             if (!value) {
                 failTo(reply, Protocol::InvocationError,
                        p ? modelError(QStringLiteral("cannot read property '%1'").arg(property))
-                         : QStringLiteral("class %1 has no property '%2'").arg(object->className(), property));
+                         : noProperty(object, property));
                 return;
             }
             values.append(toWire(value, &agent->handles()));
@@ -401,11 +422,9 @@ void RequestHandler::getProperty()
     const Object::Ptr object = resolve(handle);
     if (!object)
         return;
-    const Property *p = object->objectClass()->property(name);
-    if (!p) {
-        fail(Protocol::InvocationError, QStringLiteral("class %1 has no property '%2'").arg(object->className(), name));
+    const Property *p = propertyOf(object, name);
+    if (!p)
         return;
-    }
     clearModelError();
     const Object::Ptr value = p->get(object);
     if (!value) {
@@ -431,11 +450,9 @@ void RequestHandler::setProperty()
     ObjectList args;
     if (!arguments(QVariantList{value}, &args))
         return;
-    const Property *p = object->objectClass()->property(name);
-    if (!p) {
-        fail(Protocol::InvocationError, QStringLiteral("class %1 has no property '%2'").arg(object->className(), name));
+    const Property *p = propertyOf(object, name);
+    if (!p)
         return;
-    }
     clearModelError();
     if (!p->set(object, args.at(0))) {
         fail(Protocol::InvocationError, modelError(QStringLiteral("cannot write property '%1'").arg(name)));
@@ -465,16 +482,20 @@ void RequestHandler::invoke()
     }
     if (m_agent->isRecording())
         Inspector::self()->recordEvent(EventData(name, recordedName(object), args));
+    answerCall([&]() {
+        return overload >= 0 ? methods.at(size_t(overload))->invoke(object, args) : methods.invoke(object, args);
+    });
+}
+
+void RequestHandler::answerCall(const std::function<Object::Ptr()> &call)
+{
     const QByteArray early = bodyOf([](QDataStream &out) {
         Protocol::writeValue(out, QVariant());
         out << false;
     });
     Object::Ptr result;
     QString error;
-    const bool completed = runCall(m_agent, m_reply,
-        [&]() { return overload >= 0 ? methods.at(size_t(overload))->invoke(object, args) : methods.invoke(object, args); },
-        early, &result, &error);
-    if (!completed)
+    if (!runCall(m_agent, m_reply, call, early, &result, &error))
         return;
     if (!error.isEmpty()) {
         fail(Protocol::InvocationError, error);
@@ -510,23 +531,7 @@ void RequestHandler::call()
             names.append(QtWrapper::qobjectOf(a) ? recordedName(a) : a->toString());
         insp->recordEvent(EventData(name, names, QString()));
     }
-    const QByteArray early = bodyOf([](QDataStream &out) {
-        Protocol::writeValue(out, QVariant());
-        out << false;
-    });
-    Object::Ptr result;
-    QString error;
-    if (!runCall(m_agent, m_reply, [&]() { return methods.invoke(Object::Ptr(), args); }, early, &result, &error))
-        return;
-    if (!error.isEmpty()) {
-        fail(Protocol::InvocationError, error);
-        return;
-    }
-    const QVariant v = wire(result);
-    ok(bodyOf([&](QDataStream &out) {
-        Protocol::writeValue(out, v);
-        out << true;
-    }));
+    answerCall([&]() { return methods.invoke(Object::Ptr(), args); });
 }
 
 void RequestHandler::children()
@@ -842,11 +847,9 @@ void RequestHandler::waitForProperty()
     const Object::Ptr object = resolve(handle);
     if (!object)
         return;
-    const Property *p = object->objectClass()->property(name);
-    if (!p) {
-        fail(Protocol::InvocationError, QStringLiteral("class %1 has no property '%2'").arg(object->className(), name));
+    const Property *p = propertyOf(object, name);
+    if (!p)
         return;
-    }
     Agent *agent = m_agent;
     const Reply reply = m_reply;
     auto check = [agent, reply, object, p, name, expected](bool timedOut) {

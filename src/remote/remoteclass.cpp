@@ -260,142 +260,40 @@ Object::Ptr RemoteObject::parent() const
 
 Object::Ptr RemoteInspectorPrivate::toLocal(const QVariant &value)
 {
-    if (value.userType() == qMetaTypeId<Protocol::ObjectRef>()) {
-        const Protocol::ObjectRef ref = value.value<Protocol::ObjectRef>();
-        return remoteObject(ref.handle, ref.className);
-    }
-    switch (int(value.type())) {
-    case QMetaType::UnknownType:
-        return voidObject;
-    case QMetaType::Bool:
-        return q->createPrimitive(value.toBool());
-    case QMetaType::LongLong: {
-        const qlonglong i = value.toLongLong();
-        if (i >= std::numeric_limits<int>::min() && i <= std::numeric_limits<int>::max())
-            return q->createPrimitive(int(i));
-        return q->createPrimitive(static_cast<long long>(i));
-    }
-    case QMetaType::Double:
-        return q->createPrimitive(value.toDouble());
-    case QMetaType::QVariantList: {
-        std::vector<Object::Ptr> items;
-        for (const QVariant &v : value.toList())
-            items.push_back(toLocal(v));
-        return ArrayClass::wrapObject(items);
-    }
-    case QMetaType::QVariantMap: {
-        std::map<QString, Object::Ptr> entries;
-        const QVariantMap map = value.toMap();
-        for (auto it = map.cbegin(); it != map.cend(); ++it)
-            entries.emplace(it.key(), toLocal(it.value()));
-        return MapClass::wrapObject(entries);
-    }
-    case QMetaType::QPoint: {
-        const QPoint p = value.toPoint();
-        return wrapScreenPoint(ScreenPoint(p.x(), p.y()));
-    }
-    case QMetaType::QRect: {
-        const QRect r = value.toRect();
-        return wrapScreenRectangle(ScreenRectangle(r.x(), r.y(), r.width(), r.height()));
-    }
-    case QMetaType::QDateTime: {
-        const QDateTime t = value.toDateTime();
-        return wrapDateTime(DateTime(t.date().year(), t.date().month(), t.date().day(), t.time().hour(),
-                                     t.time().minute(), t.time().second()));
-    }
-    case QMetaType::QByteArray:
-        return q->createPrimitive(value.toByteArray().constData());
-    default:
-        return q->createPrimitive(value.toString().toUtf8().constData());
-    }
+    QString unused;
+    return Protocol::fromWire(value, *this, &unused); // references always resolve to a remote object
 }
 
-bool RemoteInspectorPrivate::toWire(const Object::Ptr &object, QVariant *value)
+bool RemoteInspectorPrivate::isReference(const Object::Ptr &object) const
 {
-    *value = QVariant();
-    if (!object)
-        return true;
-    if (const auto *remote = dynamic_cast<const RemoteObject *>(object.get())) {
-        // An invalidated object still goes by its handle: the program answers that it is gone.
-        if (remote->owner() != this) {
-            error = QStringLiteral("The object belongs to another application");
-            return false;
-        }
+    return dynamic_cast<const RemoteObject *>(object.get()) != nullptr;
+}
+
+bool RemoteInspectorPrivate::referenceFor(const Object::Ptr &object, QVariant *value, QString *text)
+{
+    const auto *remote = dynamic_cast<const RemoteObject *>(object.get());
+    // An invalidated object still goes by its handle: the program answers that it is gone.
+    if (remote && remote->owner() == this) {
         Protocol::ObjectRef ref;
         ref.handle = remote->handle();
         ref.className = object->className();
         *value = QVariant::fromValue(ref);
         return true;
     }
-    if (object->isNull())
-        return true;
-    const Class *cls = object->objectClass();
-    int primitive = -1;
-    for (int i = Inspector::Short; i <= Inspector::Undefined; ++i) {
-        if (classes[size_t(i)] == cls)
-            primitive = i;
-    }
-    switch (primitive) {
-    case Inspector::Void:
-    case Inspector::Undefined:
-        return true;
-    case Inspector::Bool:
-        *value = object->toBoolean();
-        return true;
-    case Inspector::Double:
-        *value = object->toDouble();
-        return true;
-    case Inspector::Char:
-        *value = object->toString();
-        return true;
-    case Inspector::Short:
-    case Inspector::Int:
-    case Inspector::Long:
-    case Inspector::Int64:
-        *value = qlonglong(object->toInt64());
-        return true;
-    default:
-        break;
-    }
-    if (cls == ArrayClass::registeredClass()) {
-        QVariantList list;
-        for (const Object::Ptr &item : ArrayClass::unwrapObject(object)) {
-            QVariant v;
-            if (!toWire(item, &v))
-                return false;
-            list.append(v);
-        }
-        *value = list;
-        return true;
-    }
-    if (cls == MapClass::registeredClass()) {
-        QVariantMap map;
-        for (const auto &entry : MapClass::unwrapObject(object)) {
-            QVariant v;
-            if (!toWire(entry.second, &v))
-                return false;
-            map.insert(entry.first, v);
-        }
-        *value = map;
-        return true;
-    }
-    if (cls == screenPointClass()) {
-        const ScreenPoint p = unwrapScreenPoint(object);
-        *value = QPoint(p.x, p.y);
-        return true;
-    }
-    if (cls == objectModelScreenRectangleClass()) {
-        const ScreenRectangle r = unwrapScreenRectangle(object);
-        *value = QRect(r.x, r.y, r.width, r.height);
-        return true;
-    }
-    if (cls == objectModelDateTimeClass()) {
-        const DateTime t = unwrapDateTime(object);
-        *value = QDateTime(QDate(t.year, t.month, t.day), QTime(t.hour, t.minute, t.second));
-        return true;
-    }
-    error = QStringLiteral("An object of class %1 cannot be passed to the application").arg(object->className());
+    *text = remote ? QStringLiteral("The object belongs to another application")
+                   : QStringLiteral("An object of class %1 cannot be passed to the application")
+                         .arg(object->className());
     return false;
+}
+
+Object::Ptr RemoteInspectorPrivate::objectFor(const Protocol::ObjectRef &ref, QString *)
+{
+    return remoteObject(ref.handle, ref.className);
+}
+
+bool RemoteInspectorPrivate::toWire(const Object::Ptr &object, QVariant *value)
+{
+    return Protocol::toWire(object, *this, value, &error);
 }
 
 bool RemoteInspectorPrivate::toWire(const ObjectList &objects, QVariantList *values)

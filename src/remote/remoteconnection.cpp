@@ -21,6 +21,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -308,6 +309,13 @@ QString Application::agentLibrary()
 
 namespace {
 
+// A runner that dies must not leave its programs running (and holding its output pipes).
+class ChildProcess : public QProcess
+{
+protected:
+    void setupChildProcess() override { ::prctl(PR_SET_PDEATHSIG, SIGTERM); }
+};
+
 QString randomToken()
 {
     QByteArray bytes(24, Qt::Uninitialized);
@@ -429,7 +437,7 @@ std::unique_ptr<Application> Application::launch(const QStringList &argv, const 
         && env.value(QStringLiteral("QT_QUICK_BACKEND")).isEmpty() && env.value(QStringLiteral("QMLSCENE_DEVICE")).isEmpty())
         env.insert(QStringLiteral("QT_QUICK_BACKEND"), QStringLiteral("software"));
 
-    app->m_process.reset(new QProcess);
+    app->m_process.reset(new ChildProcess);
     app->m_process->setProcessEnvironment(env);
     app->m_process->setProcessChannelMode(QProcess::ForwardedChannels);
     if (!options.workingDirectory.isEmpty())

@@ -7,6 +7,7 @@
 #include "remoteinspector.h"
 
 #include "object.h"
+#include "wirevalues.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -115,7 +116,7 @@ private:
     quint64 m_handle;
 };
 
-class RemoteInspectorPrivate
+class RemoteInspectorPrivate : public Protocol::ObjectCodec
 {
 public:
     RemoteInspectorPrivate(RemoteInspector *q, Connection &connection);
@@ -132,6 +133,9 @@ public:
     /// Local object to wire value; false with lastError() set for an object the program cannot take.
     bool toWire(const Object::Ptr &object, QVariant *value);
     bool toWire(const ObjectList &objects, QVariantList *values);
+    bool isReference(const Object::Ptr &object) const override;
+    bool referenceFor(const Object::Ptr &object, QVariant *value, QString *error) override;
+    Object::Ptr objectFor(const Protocol::ObjectRef &ref, QString *error) override;
     /// For call(): plain QVariants pass as they are, objects (QVariant of Object::Ptr) become references.
     bool variantToWire(const QVariant &value, QVariant *wire);
     QVariant variantFromWire(const QVariant &value);

@@ -1,5 +1,6 @@
 // qtclass.cpp: classes made from QMetaObjects, and the mapping between Qt values and model objects.
 #include "qtwrapper.h"
+#include "diagnostics.h"
 #include "qtwrapper_p.h"
 
 #include "arrayclass.h"
@@ -739,9 +740,9 @@ bool QtClass::setProperty(int index, Object::Ptr object, Object::Ptr value, cons
     const TypeInfo info = typeInfoForProperty(mp);
     QVariant v;
     if (!toVariant(value, info, &v)) {
-        std::fprintf(stderr, "Object::setProperty: type %s cannot be converted to %s\n",
-                     typeNameOf(value).toLatin1().constData(),
-                     property->type() ? property->type()->name() : "undefined");
+        diagnostic(QStringLiteral("Object::setProperty: type %1 cannot be converted to %2")
+                       .arg(typeNameOf(value),
+                            QLatin1String(property->type() ? property->type()->name() : "undefined")));
         return false;
     }
     return mp.write(target, v);
