@@ -442,6 +442,26 @@ Object::Ptr RemoteInspector::waitForObject(const QString &name, int waitMs)
     return ok ? d->toLocal(value) : Object::Ptr();
 }
 
+Object::Ptr RemoteInspector::waitForProperty(const Object::Ptr &object, const QString &property,
+                                             const QVariant &expected, int waitMs)
+{
+    const quint64 handle = d->handleFor(object, QStringLiteral("a wait"));
+    if (!handle)
+        return Object::Ptr();
+    QVariant value;
+    const int kept = d->timeoutMs;
+    d->timeoutMs = qMax(kept, waitMs + 5000);
+    const bool ok = d->exchange(Protocol::WaitForProperty,
+                                [&](QDataStream &out) {
+                                    out << handle << property;
+                                    Protocol::writeValue(out, expected);
+                                    out << qint32(waitMs);
+                                },
+                                [&](QDataStream &in) { Protocol::readValue(in, &value); });
+    d->timeoutMs = kept;
+    return ok ? d->toLocal(value) : Object::Ptr();
+}
+
 int RemoteInspector::numClasses() const
 {
     return int(d->classes.size());

@@ -123,6 +123,10 @@ public:
 
     /// Like findObject, but waits up to \p waitMs for the object to exist, be visible and enabled.
     Object::Ptr waitForObject(const QString &name, int waitMs);
+    /// Waits up to \p waitMs until \p property of \p object equals \p expected (compared as values, or as
+    /// texts); the value reached, or null with lastError() saying what it was instead.
+    Object::Ptr waitForProperty(const Object::Ptr &object, const QString &property, const QVariant &expected,
+                                int waitMs);
     /// Runs one step in one round trip; false with lastError() set when any part fails.
     bool step(const StepRequest &request, StepAnswer *answer);
     /// The class, real and symbolic names of a remote object; false with lastError() set otherwise.

@@ -2,6 +2,7 @@
 #include "demosession.h"
 
 #include "scriptwords.h"
+#include "valuetext.h"
 
 #include <demomainwindow.h>
 #include <inspector.h>
@@ -150,6 +151,29 @@ Vexil::Object::Ptr DemoSession::waitForObject(const QString &name, int ms)
             if (found)
                 insp->setError(QStringLiteral("Object '%1' was found but is not visible and enabled.").arg(name));
             return Vexil::Object::Ptr();
+        }
+        settle();
+        QThread::msleep(10);
+    }
+}
+
+bool DemoSession::waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
+                                  int ms, QString *error)
+{
+    // In this process the program only runs while we let it: read, let it run a little, read again.
+    const Vexil::Property *p = object->objectClass()->property(property);
+    const QDeadlineTimer deadline(ms);
+    for (;;) {
+        clearModelError();
+        const Vexil::Object::Ptr value = p ? p->get(object) : Vexil::Object::Ptr();
+        const QString actual = value ? displayValue(value, [this](const Vexil::Object::Ptr &o) {
+            return displayName(o);
+        }) : QString();
+        if (value && actual == text)
+            return true;
+        if (deadline.hasExpired()) {
+            *error = QStringLiteral("%1 is %2, expected %3").arg(property, scriptQuoted(actual), scriptQuoted(text));
+            return false;
         }
         settle();
         QThread::msleep(10);

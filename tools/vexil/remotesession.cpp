@@ -137,6 +137,16 @@ Vexil::Object::Ptr RemoteSession::waitForObject(const QString &name, int ms)
     return m_remote->waitForObject(name, ms);
 }
 
+bool RemoteSession::waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
+                                    int ms, QString *error)
+{
+    // The agent waits, looking again whenever the program has handled events.
+    if (m_remote->waitForProperty(object, property, text, ms))
+        return true;
+    *error = Vexil::Inspector::self()->lastError();
+    return false;
+}
+
 Vexil::Object::Ptr RemoteSession::callFunction(const QString &name, const Vexil::ObjectList &args,
                                                const QStringList &words, QString *error)
 {

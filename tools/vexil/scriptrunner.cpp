@@ -451,26 +451,14 @@ bool ScriptRunner::waitFor(const QStringList &words)
     int ms = defaultWaitMs();
     if (words.size() == 5 && !seconds(words.at(4), &ms))
         return false;
-    // The property is read again until it reads as VALUE, the way "expect" compares.
-    const QDeadlineTimer deadline(ms);
-    QString actual;
-    for (;;) {
-        Vexil::Object::Ptr value;
-        if (readProperty(words, &value)) {
-            actual = display(value);
-            if (actual == words.at(3)) {
-                m_error.clear();
-                return true;
-            }
-            m_error = QStringLiteral("%1 is %2, expected %3 (waited %4 s)")
-                          .arg(words.at(2), scriptQuoted(actual), scriptQuoted(words.at(3)),
-                               QString::number(ms / 1000.0));
-        }
-        if (deadline.hasExpired() || !m_session->endedText().isEmpty())
-            return false;
-        m_session->settle();
-        QThread::msleep(20);
-    }
+    Vexil::Object::Ptr object;
+    if (!find(words.at(1), &object) || !property(object, words.at(2)))
+        return false;
+    QString error;
+    if (m_session->waitForProperty(object, words.at(2), words.at(3), ms, &error))
+        return true;
+    m_error = error + QStringLiteral(" (waited %1 s)").arg(QString::number(ms / 1000.0));
+    return false;
 }
 
 bool ScriptRunner::screenshot(const QStringList &words)

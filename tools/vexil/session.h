@@ -34,6 +34,11 @@ public:
     virtual bool loadObjectMap(const QString &path, QString *error) = 0;
     /// Waits up to \p ms for the object to exist, be visible and enabled; null with lastError() set.
     virtual Vexil::Object::Ptr waitForObject(const QString &name, int ms) = 0;
+    /// Waits up to \p ms until \p property of \p object reads as \p text; false with \p error (what it
+    /// read instead) otherwise. The program's side waits, where there is one.
+    virtual bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
+                                 int ms, QString *error)
+        = 0;
     /// Calls the program's global function \p name with \p args followed by \p words (texts, or numbers and
     /// truth values where the function takes no texts). Null with \p error set when it fails.
     virtual Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args,
