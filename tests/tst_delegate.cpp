@@ -226,22 +226,6 @@ TEST(ObjectHierarchyDelegate, ChildrenSkipsNullsAndQualifiedOverrideIsSeen)
     EXPECT_EQ(h->childCalls, 3);
     EXPECT_EQ(h->parent(Object::Ptr()), nullptr);
     EXPECT_EQ(h->objectByQualifiedName(Object::Ptr(), ObjectName()), nullptr);
-
-    // Whether objectByQualifiedName is overridden is seen without calling it; falling back on the
-    // default changes nothing.
-    struct Overriding : public NodeHierarchy
-    {
-        using NodeHierarchy::NodeHierarchy;
-        Object::Ptr objectByQualifiedName(Object::Ptr parent, const ObjectName &name) const override
-        {
-            return ObjectHierarchyDelegate::objectByQualifiedName(parent, name);
-        }
-    };
-    Overriding *over = new Overriding(QStringLiteral("DlgTest_QualifiedOver"), cls, &noTops);
-    EXPECT_FALSE(h->overridesObjectByQualifiedName());
-    EXPECT_TRUE(over->overridesObjectByQualifiedName());
-    over->objectByQualifiedName(Object::Ptr(), ObjectName());
-    EXPECT_TRUE(over->overridesObjectByQualifiedName());
 }
 
 // Top-level objects come from the Inspector's list, built on first use: keep this the only test that

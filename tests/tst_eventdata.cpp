@@ -221,7 +221,8 @@ TEST(FVector, ResizeKeepsLeadingElementsAndCopiesAreDeep)
     FVector<QString> copy(v);
     copy[0] = QStringLiteral("changed");
     EXPECT_EQ(v[0], QStringLiteral("a"));
-    copy = copy;
+    const FVector<QString> &alias = copy;
+    copy = alias;                        // self-assignment keeps the elements
     v = copy;
     EXPECT_EQ(v[0], QStringLiteral("changed"));
 }

@@ -1,6 +1,7 @@
 // tst_objectmap.cpp: the object map: both directions, text form and file, symbolic name derivation.
 #include "testsupport.h"
 
+#include "diagnostics.h"
 #include "objectmap.h"
 
 #include <QDir>
@@ -12,6 +13,7 @@
 #include <memory>
 
 using Vexil::ObjectMap;
+using Vexil::ObjectMapText;
 using Vexil::ObjectName;
 
 namespace {
@@ -106,6 +108,20 @@ TEST(ObjectMap, TextForm)
     EXPECT_EQ(entries[1].first, QStringLiteral(":last"));
     EXPECT_EQ(entries[1].second.qualifiedName(), QStringLiteral("end"));
 
+    // The same reading with line numbers, for reports on a map.
+    const ObjectMapText lines = ObjectMap::readMapText(
+        QStringLiteral("# comment\tx\n\nno tab here\n:two\t{a='1'}\tand more\n#:hidden\tx\n:bad\t{a=1}"));
+    ASSERT_EQ(lines.entries.size(), 2u);
+    EXPECT_EQ(lines.entries[0].line, 4);
+    EXPECT_EQ(lines.entries[0].text, QStringLiteral(":two\t{a='1'}\tand more"));
+    EXPECT_EQ(lines.entries[0].tab, 4);
+    EXPECT_EQ(lines.entries[1].line, 6);
+    EXPECT_EQ(lines.entries[1].symbolic, QStringLiteral(":bad"));
+    EXPECT_FALSE(lines.entries[1].real.isValid());
+    EXPECT_EQ(lines.entries[1].real.errorOffset(), 3);
+    EXPECT_EQ(lines.comments, (std::vector<int> { 1, 5 }));
+    EXPECT_EQ(lines.linesWithoutTab, std::vector<int> { 3 });
+
     // Older hierarchical escaping: a lone backslash before anything but ".", "[" or a backslash is doubled.
     const std::pair<const char *, const char *> oldNames[] = {
         {"a\\b", "a\\\\b"},         {"a\\.b", "a\\.b"}, {"a\\[1]", "a\\[1]"},        {"a\\\\b", "a\\\\b"},
@@ -185,6 +201,25 @@ TEST(ObjectMap, UnopenableFiles)
         EXPECT_EQ(capture.text(), "ObjectMap::save() failed when opening '" + target.toStdString() + "'\n");
     }
     EXPECT_TRUE(map.isModified());
+
+    // An installed handler gets the same text, without the line ending, instead of standard error.
+    std::vector<std::pair<QString, bool>> seen;
+    const Vexil::DiagnosticHandler previous = Vexil::setDiagnosticHandler(
+        [&seen](const QString &text, bool endsLine) { seen.emplace_back(text, endsLine); });
+    {
+        VexilTest::StderrCapture capture;
+        EXPECT_FALSE(map.saveToFile(path));
+        EXPECT_EQ(capture.text(), std::string());
+    }
+    Vexil::setDiagnosticHandler(previous);
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].first, "ObjectMap::save() failed when opening '" + path + "'");
+    EXPECT_TRUE(seen[0].second);
+
+    ObjectMapText lines;
+    QString error;
+    EXPECT_FALSE(ObjectMap::readMapFile(path, &lines, &error));
+    EXPECT_FALSE(error.isEmpty());
     EXPECT_FALSE(map.loadFromFile(path));
     EXPECT_FALSE(map.loadFromFile(dir.path()));     // a directory
     EXPECT_TRUE(map.containsSymbolicName(QStringLiteral(":x")));

@@ -112,6 +112,42 @@ TEST(ParseNameByProperties, ErrorMessages)
     EXPECT_TRUE(Vexil::parseNameByProperties(QStringLiteral("{a='x}"), nullptr).isEmpty());
 }
 
+// Where parsing failed, 0-based in the name as given: the character the message points to.
+struct OffsetRow
+{
+    const char *label;
+    const char *name;
+    int offset;
+};
+const OffsetRow kOffsetRows[] = {
+    { "unexpectedCharacter", "{a=1}", 3 },
+    { "missingEquals", "{a~'x'}", 3 },
+    { "insideNestedName", "{a={b=2}}", 6 },
+    { "leadingBlanksCount", "  {a=1}", 5 },
+    { "ranOffTheEnd", "{a='x}", 6 },
+    { "escapedClosingBrace", "{a='x\\}", 7 },
+    { "unclosedNestedName", "{a={b='x}}", 3 },
+    { "surplusAfterClosingBrace", " {a='1'} {b='2'}", 8 },
+    { "notMultiProperty", "{a='x", -1 },
+    { "valid", "{a='1'}", -1 },
+};
+class ParseErrorOffset : public ::testing::TestWithParam<OffsetRow>
+{
+};
+TEST_P(ParseErrorOffset, PointsAtTheOffendingCharacter)
+{
+    const QString name = QString::fromUtf8(GetParam().name);
+    int offset = 42;
+    Vexil::parseNameByProperties(name, nullptr, &offset);
+    EXPECT_EQ(offset, GetParam().offset);
+    // ObjectName parses only text that itself starts with "{"; its other complaints have no place.
+    if (name.startsWith(QLatin1Char('{'))) {
+        EXPECT_EQ(ObjectName(name).errorOffset(), GetParam().offset);
+    }
+}
+INSTANTIATE_TEST_SUITE_P(ObjectName, ParseErrorOffset, ::testing::ValuesIn(kOffsetRows),
+                         [](const auto &info) { return std::string(info.param.label); });
+
 TEST(ParseNameByProperties, BoundsNestingDepth)
 {
     EXPECT_TRUE(ObjectName(nestedName(Vexil::MaxObjectNameNesting)).isValid());

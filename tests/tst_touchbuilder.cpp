@@ -183,9 +183,22 @@ TEST(TouchBuilderXml, BadTextFailsAndKeepsTheModel)
 {
     std::string error;
     TouchBuilder b;
-    EXPECT_FALSE(b.fromXml("<gestures>\n<multi-point area-width='1' unit='mm'/>\n</gestures>", &error));
+    GestureXmlError details;
+    EXPECT_FALSE(b.fromXml("<gestures>\n<multi-point area-width='1' unit='mm'/>\n</gestures>", &error, &details));
     EXPECT_EQ(error, "Error in XML data <anonymous xml document> at line 2, column 1: "
                      "the element 'multi-point' has no attribute 'area-height'");
+    EXPECT_EQ(details.reason, "the element 'multi-point' has no attribute 'area-height'");
+    EXPECT_EQ(details.line, 2);
+    EXPECT_EQ(details.column, 1);
+    // The pre-scan places what it refuses too; a problem without a place has neither.
+    EXPECT_FALSE(b.fromXml("<gestures>\n  \xFF</gestures>", nullptr, &details));
+    EXPECT_EQ(details.reason, "invalid UTF-8");
+    EXPECT_EQ(details.line, 2);
+    EXPECT_EQ(details.column, 3);
+    EXPECT_FALSE(b.fromXml("", &error, &details));
+    EXPECT_EQ(error, "Error in XML data <anonymous xml document>: " + details.reason);
+    EXPECT_EQ(details.line, 0);
+    EXPECT_EQ(details.column, 0);
     EXPECT_FALSE(b.fromXml("<gestures>\n<a>\n</b>\n</gestures>", &error));
     EXPECT_EQ(error.rfind("Error in XML data <anonymous xml document> at line 3, column ", 0), 0u) << error;
 

@@ -105,6 +105,10 @@ def launch(argv, *, object_map=None, env=None, cwd=None, timeout=30.0, listen=No
     full_env["LD_PRELOAD"] = library + (" " + preload if preload else "")
     full_env["VEXIL_AGENT_SOCKET"] = socket_path
     full_env.setdefault("QT_QPA_PLATFORM", "offscreen")
+    # Qt Quick finds no OpenGL there: its software renderer draws, unless the user chose a renderer.
+    if full_env["QT_QPA_PLATFORM"].startswith("offscreen") and not (
+            full_env.get("QT_QUICK_BACKEND") or full_env.get("QMLSCENE_DEVICE")):
+        full_env["QT_QUICK_BACKEND"] = "software"
     if listen:
         token = token or secrets.token_hex(16)
         full_env["VEXIL_AGENT_LISTEN"] = listen

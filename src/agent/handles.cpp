@@ -29,8 +29,8 @@ quint64 HandleTable::handleFor(const Object::Ptr &object)
     entry.object = object;
     entry.qobject = QtWrapper::qobjectOf(object);
     if (entry.qobject) {
-        // The watcher lives as long as the application object; the handle table outlives neither.
-        QObject::connect(entry.qobject.data(), &QObject::destroyed, [this, handle]() { forget(handle); });
+        QObject::connect(entry.qobject.data(), &QObject::destroyed, &m_watcherContext,
+                         [this, handle]() { forget(handle); });
     }
     m_entries.emplace(handle, std::move(entry));
     m_byObject.insert(object.get(), handle);

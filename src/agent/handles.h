@@ -6,6 +6,7 @@
 #include "protocol.h"
 
 #include <QHash>
+#include <QObject>
 #include <QPointer>
 #include <QVariant>
 
@@ -38,6 +39,8 @@ private:
     void forget(quint64 handle);
 
     std::unordered_map<quint64, Entry> m_entries;
+    // Context of the destruction watchers: they go with the table, never outliving it.
+    QObject m_watcherContext;
     QHash<const Object *, quint64> m_byObject;
     quint64 m_next = 1;
 };

@@ -11,8 +11,10 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QTimer>
+#include <QWindow>
 #include <QtCore/private/qhooks_p.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -83,12 +85,17 @@ QString unsupportedReason()
             .arg(QT_VERSION >> 16).arg((QT_VERSION >> 8) & 0xff);
     }
     QCoreApplication *app = QCoreApplication::instance();
-    if (!qobject_cast<QApplication *>(app)) {
-        const char *kind = qobject_cast<QGuiApplication *>(app) ? "QGuiApplication" : "QCoreApplication";
-        return QStringLiteral("not a Qt Widgets program: the application object is a %1, not a QApplication")
-            .arg(QLatin1String(kind));
+    if (qobject_cast<QApplication *>(app))
+        return QString();
+    // A Qt Quick program needs no widgets; its windows are there by the time its event loop runs.
+    if (qobject_cast<QGuiApplication *>(app)) {
+        const QWindowList windows = QGuiApplication::topLevelWindows();
+        if (std::any_of(windows.cbegin(), windows.cend(), [](QWindow *w) { return w->inherits("QQuickWindow"); }))
+            return QString();
+        return QStringLiteral("not a Qt Widgets or Qt Quick program: the application object is a QGuiApplication "
+                              "and no Qt Quick window was made");
     }
-    return QString();
+    return QStringLiteral("not a Qt Widgets or Qt Quick program: the application object is a QCoreApplication");
 }
 
 void startOnEventLoop()
@@ -116,7 +123,7 @@ void startOnEventLoop()
 }
 
 // Runs at the end of the QCoreApplication constructor: the QApplication part is not built yet, so look at
-// the program once its event loop runs.
+// the program once its event loop runs (by then a Qt Quick program has made its windows).
 // The first process that starts Qt takes the launcher's request and cleans the environment, so that a
 // wrapper script in front of the program passes the request on, and the program's own children do not
 // inherit it.

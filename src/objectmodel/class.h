@@ -42,28 +42,54 @@ public:
     Class(const char *name, Namespace *ns, bool registerIt);
     virtual ~Class();
 
+    // The virtual slots below keep their order: it is the layout wrappers built against. A wrapper
+    // usually overrides the create* factories, initSuperClass(), the raw invoke/getProperty/setProperty/
+    // construct slots taking void pointers, and wrap()/deleteObjectData() when it owns value data.
+
     virtual void writeObject(QDataStream &stream) const;
     virtual void readObject(QDataStream &stream);
+    /// \p object seen through the interface filed under \p name (addInterface) on this class or an
+    /// ancestor: that interface's wrap() of the same data. Null when \p object is not of this class.
     virtual Object::Ptr convertToInterface(Object::Ptr object, const QString &name) const;
+    /// The slot a wrapper overrides to run its methods. \p index is the method's global index, \p object
+    /// the native data (null for a static call), \p args one data pointer per parameter, already converted
+    /// to the parameter types and counted, and \p cls the class serving the object. The base returns null.
     virtual Object::Ptr invoke(int index, void *object, void **args, const Class *cls) const;
+    /// Checks the call (verifyMethodInvocation) and hands it to the raw slot above.
     virtual Object::Ptr invoke(Object::Ptr object, const Method *method, void **args) const;
+    /// Raw property write, as the raw invoke: \p value is the data of the already converted value.
     virtual bool setProperty(int index, void *object, void *value) const;
     virtual bool setProperty(Object::Ptr object, const Property *property, Object::Ptr value) const;
+    /// Raw property read, as the raw invoke; the result is a new object the caller holds.
     virtual Object::Ptr getProperty(int index, void *object, const Class *cls) const;
     virtual Object::Ptr getProperty(Object::Ptr object, const Property *property) const;
+    /// Raw constructor \p index with one data pointer per parameter; the base returns null.
     virtual Object::Ptr construct(int index, void **args) const;
+    /// A new object of this class on \p data with \p attr; the base makes a plain Object.
     virtual Object::Ptr wrap(void *data, const ObjectAttribute &attr) const;
+    /// Frees data an object owns; the base does nothing.
     virtual void deleteObjectData(void *data, const ObjectAttribute &attr) const;
+    /// Whether objects of this class can be converted to \p target, in the order given above. \p converter
+    /// is an optional out-parameter kept for wrappers that hand back a conversion function; the library
+    /// sets it to null and never reads it.
     virtual bool canConvertTo(const Class *target, bool sourceIsPointer, bool targetIsPointer,
                               void **converter) const;
+    /// The converted object, or null where canConvertTo() says no.
     virtual Object::Ptr convertTo(Object::Ptr object, const Class *target, bool targetIsPointer) const;
+    /// 0 for the same objects; otherwise negative or positive. Asks the comparison delegate first.
     virtual int compare(Object::Ptr a, Object::Ptr b) const;
+    /// Asks the comparison delegate first; else the same object or the same non-null data.
     virtual bool sameObjects(Object::Ptr a, Object::Ptr b) const;
     virtual bool canConvertToTolerant(const Class *target, bool sourceIsPointer, bool targetIsPointer,
                                       void **converter) const;
     virtual Object::Ptr convertToTolerant(Object::Ptr object, const Class *target, bool targetIsPointer) const;
+    /// The type name scripts should see for \p typeName; the base returns it unchanged.
     virtual QString realType(const QString &typeName) const;
+    /// Called on first need of the superclass; an override calls setSuperClass() with its base class. The
+    /// base makes the class a root. Non-const: an override declared const would not replace it.
     virtual void initSuperClass();
+    /// The factories: build own member \p index (a global index, see the class comment) on first use;
+    /// the class owns what they return. Called once per member, in increasing order.
     virtual Constructor *createConstructor(int index) const;
     virtual Method *createMethod(int index) const;
     virtual Property *createProperty(int index) const;
@@ -71,8 +97,12 @@ public:
     virtual Enum *createEnum(int index) const;
     virtual bool canCastTo(const Class *target, bool targetIsPointer) const;
     virtual Object::Ptr castTo(Object::Ptr object, const Class *target, bool targetIsPointer) const;
+    /// A class's own conversions, the second step of canConvertTo(); the base has none.
     virtual bool canConvertToInternal(const Class *target, bool sourceIsPointer, bool targetIsPointer) const;
     virtual Object::Ptr convertToInternal(Object::Ptr object, const Class *target, bool targetIsPointer) const;
+    /// The object-level property and call slots: they check the access, convert the value or arguments,
+    /// honour a declaration's read/write function or method, and then call the raw slots. Override these
+    /// instead of the raw ones only to work on objects rather than native data (as GlobalClass does).
     virtual bool setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const;
     virtual Object::Ptr getProperty(int index, Object::Ptr object, const Property *property) const;
     virtual Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const;

@@ -1,6 +1,7 @@
 // datetime.cpp: the DateTime value, its script class, its text form and the wrap/unwrap helpers.
 #include "datetime.h"
 
+#include "diagnostics.h"
 #include "inspector.h"
 #include "valueclass_p.h"
 
@@ -142,7 +143,7 @@ Object::Ptr DateTime_class::construct(int index, void **args) const
     case 3:
         return wrapCopy<DateTime>(this, args, 0);
     default:
-        std::fprintf(stderr, "Unknown DateTime constructor called:%d\n", index);
+        diagnostic(QStringLiteral("Unknown DateTime constructor called:%1").arg(index));
         return Object::Ptr();
     }
 }

@@ -168,36 +168,8 @@ ObjectHierarchyDelegate::~ObjectHierarchyDelegate() = default;
 
 Object::Ptr ObjectHierarchyDelegate::objectByQualifiedName(Object::Ptr, const ObjectName &) const
 {
-#if !defined(__GNUC__) || defined(__clang__)
-    // Without a way to see the final overrider, reaching the default is taken to mean there is no override.
-    m_overridesQualified = false;
-#endif
     return Object::Ptr();
 }
-
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpmf-conversions"
-#endif
-
-bool ObjectHierarchyDelegate::overridesObjectByQualifiedName() const
-{
-#if defined(__GNUC__) && !defined(__clang__)
-    // Compare the function a virtual call would reach with the default, without calling either: an override
-    // that falls back on the default must still be asked on every lookup.
-    typedef Object::Ptr (*QualifiedLookup)(const ObjectHierarchyDelegate *, Object::Ptr, const ObjectName &);
-    static const QualifiedLookup defaultLookup =
-        reinterpret_cast<QualifiedLookup>(&ObjectHierarchyDelegate::objectByQualifiedName);
-    return reinterpret_cast<QualifiedLookup>(this->*(&ObjectHierarchyDelegate::objectByQualifiedName))
-           != defaultLookup;
-#else
-    return m_overridesQualified;
-#endif
-}
-
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic pop
-#endif
 
 ObjectList ObjectHierarchyDelegate::children(Object::Ptr parent) const
 {

@@ -69,8 +69,8 @@ public:
     virtual int numChildren(Object::Ptr parent) const = 0;
     virtual Object::Ptr child(Object::Ptr parent, int index) const = 0;
     virtual Object::Ptr childByName(Object::Ptr parent, const QString &name) const = 0;
-    /// Finds an object by its parsed name below \p parent; the default finds nothing and is not called by
-    /// lookups at all (they skip delegates that keep it).
+    /// Finds an object by its parsed name below \p parent; the default finds nothing. Lookups ask every
+    /// top-level delegate in order, so an override may fall back on the default whenever it likes.
     virtual Object::Ptr objectByQualifiedName(Object::Ptr parent, const ObjectName &name) const;
     virtual QString name(Object::Ptr object) const = 0;
     virtual QString qualifiedName(Object::Ptr object) const = 0;
@@ -79,12 +79,8 @@ public:
     virtual Object::Ptr parent(Object::Ptr object) const;
     virtual int wrapperType(Object::Ptr object) const = 0;
 
-    /// Whether a subclass overrides objectByQualifiedName: lookups skip a delegate that keeps the default.
-    bool overridesObjectByQualifiedName() const;
-
 private:
     Object::Ptr recursiveParent(Object::Ptr candidate, Object::Ptr object) const;
-    mutable bool m_overridesQualified = true;
 };
 
 enum CoordinateSystem { GlobalCoordinates, NativeCoordinates, RelativeCoordinates };

@@ -1,6 +1,7 @@
 // eventdata.cpp: recorded event data, its detached arguments, debug text and stream form.
 #include "eventdata.h"
 
+#include "diagnostics.h"
 #include "inspector.h"
 
 #include <QBuffer>
@@ -791,7 +792,7 @@ void EventData::readObject(QDataStream &stream)
 
 void dumpEventData(const EventData &data)
 {
-    std::fprintf(stderr, "%s\n", data.toDebugString().c_str());
+    diagnostic(QString::fromStdString(data.toDebugString()));
 }
 
 } // namespace Vexil

@@ -2,6 +2,7 @@
 // top-level hierarchy delegates.
 #include "inspector.h"
 
+#include "diagnostics.h"
 #include "arrayclass.h"
 #include "datetime.h"
 #include "delegate.h"
@@ -426,8 +427,12 @@ Object::Ptr Inspector::voidObject() const
 void Inspector::sendEvent(const Event *event, Object::Ptr object, const ObjectList &args) const
 {
     if (!event || !object) {
-        std::fprintf(stderr, "Inspector::sendEvent failed because object or event are null (event: %p, object: %p)",
-                     static_cast<const void *>(event), static_cast<const void *>(object.get()));
+        // %p as the C library prints it, which is what this message always showed.
+        char text[160];
+        std::snprintf(text, sizeof text,
+                      "Inspector::sendEvent failed because object or event are null (event: %p, object: %p)",
+                      static_cast<const void *>(event), static_cast<const void *>(object.get()));
+        diagnostic(QString::fromLatin1(text), false);
         return;
     }
     if (m_impl) {

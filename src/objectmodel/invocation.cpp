@@ -3,6 +3,7 @@
 #include "object.h"
 #include "object_p.h"
 
+#include "diagnostics.h"
 #include "inspector.h"
 
 #include <cstdio>
@@ -161,9 +162,9 @@ bool MethodList::invoke(Object::Ptr object, const ObjectList &args, Object::Ptr 
 Object::Ptr Constructor::construct(const ObjectList &args) const
 {
     if (size_t(m_signature.count()) != args.size()) {
-        std::fprintf(stderr, "Constructor::construct %s: %d arguments expected, %lu given\n",
-                     m_owner ? m_owner->name() : "", m_signature.count(),
-                     static_cast<unsigned long>(args.size()));
+        diagnostic(QStringLiteral("Constructor::construct %1: %2 arguments expected, %3 given")
+                       .arg(QString::fromLatin1(m_owner ? m_owner->name() : ""),
+                            QString::number(m_signature.count()), QString::number(args.size())));
         return Object::Ptr();
     }
     if (!m_owner)
@@ -233,7 +234,7 @@ bool verifyMethodArgumentCount(const QString &className, const Method *method, c
     const QString text = QStringLiteral("Class::invoke %1::%2: %3 arguments expected, %4 given")
                              .arg(className, QString::number(method->index()), QString::number(expected),
                                   QString::number(qulonglong(args.size())));
-    std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+    diagnostic(text);
     return refuse(text);
 }
 
@@ -256,12 +257,11 @@ bool verifyPropertyWrite(Object::Ptr object, const Property *property)
     if (!property)
         return false;
     if (!object && !property->isStatic()) {
-        std::fprintf(stderr, "Class::setProperty: Can't set non-static property without object reference\n");
+        diagnostic(QStringLiteral("Class::setProperty: Can't set non-static property without object reference"));
         return false;
     }
     if (!property->isWritable()) {
-        std::fprintf(stderr, "Object::setProperty: property %s is not writable\n",
-                     property->name().toUtf8().constData());
+        diagnostic(QStringLiteral("Object::setProperty: property %1 is not writable").arg(property->name()));
         return false;
     }
     return true;
@@ -322,7 +322,7 @@ Object::Ptr Class::construct(const ObjectList &args) const
             continue;
         return c->construct(converted.empty() ? args : converted);
     }
-    std::fprintf(stderr, "Class::construct: No matching constructor found\n");
+    diagnostic(QStringLiteral("Class::construct: No matching constructor found"));
     return Object::Ptr();
 }
 
@@ -341,12 +341,11 @@ Object::Ptr Class::getProperty(int index, Object::Ptr object, const Property *pr
     if (!property && index >= 0 && index < numProperties())
         property = this->property(index);
     if (!property) {
-        std::fprintf(stderr, "Class::getProperty: No such property: %d\n", index);
+        diagnostic(QStringLiteral("Class::getProperty: No such property: %1").arg(index));
         return Object::Ptr();
     }
     if (!property->isReadable()) {
-        std::fprintf(stderr, "Class::getProperty: property %s is not readable\n",
-                     property->name().toUtf8().constData());
+        diagnostic(QStringLiteral("Class::getProperty: property %1 is not readable").arg(property->name()));
         return Object::Ptr();
     }
     // Declared properties may name a reader of their own; the rest are the class's raw slot's business.
@@ -371,9 +370,10 @@ bool Class::setProperty(int index, Object::Ptr object, Object::Ptr value, const 
     if (decl && decl->type()) {
         taken = acceptArgument(value, decl->value());
         if (!taken) {
-            std::fprintf(stderr, "Object::setProperty: type %s cannot be converted to %s\n",
-                         value && value->objectClass() ? value->objectClass()->name() : "null",
-                         decl->type()->name());
+            diagnostic(QStringLiteral("Object::setProperty: type %1 cannot be converted to %2")
+                           .arg(QString::fromLatin1(value && value->objectClass() ? value->objectClass()->name()
+                                                                                  : "null"),
+                                QString::fromLatin1(decl->type()->name())));
             return false;
         }
     }

@@ -3,6 +3,7 @@
 #include "object.h"
 #include "object_p.h"
 
+#include "diagnostics.h"
 #include "inspector.h"
 
 #include <QDataStream>
@@ -473,8 +474,8 @@ void PropertyDeclaration::lazySetup() const
     m_owner = insp->type(QString::fromLatin1(m_className));
     const Class *type = insp->type(QString::fromLatin1(m_typeName));
     if (!type) {
-        std::fprintf(stderr, "Property %s::%s has unknown type %s.\n", m_className.constData(),
-                     m_name.toUtf8().constData(), m_typeName.constData());
+        diagnostic(QStringLiteral("Property %1::%2 has unknown type %3.")
+                       .arg(QString::fromLatin1(m_className), m_name, QString::fromLatin1(m_typeName)));
         return;
     }
     m_value.setType(type);
@@ -683,7 +684,7 @@ QString Enum::valueToKey(int v, bool *ok) const
     const auto *item = findItem(m_items, [v](const QPair<QString, int> &i) { return i.second == v; }, ok);
     if (item)
         return item->first;
-    std::fprintf(stderr, "Could not find value %d in enum %s\n", v, m_name.toUtf8().constData());
+    diagnostic(QStringLiteral("Could not find value %1 in enum %2").arg(v).arg(m_name));
     return QString();
 }
 

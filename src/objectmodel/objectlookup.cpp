@@ -48,9 +48,9 @@ Object::Ptr Inspector::findObjectLocal(const QString &name)
         return Object::Ptr();
     }
 
+    // Every delegate is asked: whether one overrides the lookup cannot be seen the same way on every
+    // compiler, and the default answers null at the cost of one call.
     for (ObjectHierarchyDelegate *d : *m_topLevel) {
-        if (!d->overridesObjectByQualifiedName())
-            continue;
         Object::Ptr found = d->objectByQualifiedName(Object::Ptr(), parsed);
         if (found) {
             if (lookupCacheEnabled) {

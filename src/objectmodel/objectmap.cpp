@@ -1,6 +1,8 @@
 // objectmap.cpp: symbolic names, their derivation from identifying properties, and the map file.
 #include "objectmap.h"
 
+#include "diagnostics.h"
+
 #include <QFile>
 #include <QSaveFile>
 #include <QStringList>
@@ -539,29 +541,102 @@ QString ObjectMap::toString() const
     return text;
 }
 
-std::vector<std::pair<QString, ObjectName>> ObjectMap::parseSerializedMap(const QString &text) const
+namespace {
+
+// The kinds of line a map text has, and for an entry its two names, unescaped.
+enum class MapLine { Skipped, Comment, NoTab, Entry };
+
+MapLine readMapLine(const QStringRef &line, QString *symbolic, QString *real)
 {
-    std::vector<std::pair<QString, ObjectName>> entries;
+    if (line.isEmpty())
+        return MapLine::Skipped;
+    if (line.at(0) == QLatin1Char('#'))
+        return MapLine::Comment;
+    const int tab = line.indexOf(QLatin1Char('\t'));
+    if (tab < 0)
+        return MapLine::NoTab;
+    *symbolic = ObjectMap::unescapeFromSerialize(line.left(tab).toString());
+    *real = ObjectMap::unescapeFromSerialize(line.mid(tab + 1).toString());
+    if (!isMultiPropertyName(*real))
+        *real = fromOldHierarchicalEscaping(*real);
+    return MapLine::Entry;
+}
+
+// Calls \p each with every line of \p text (split at line feeds) and its 1-based number.
+template <class Each>
+void forEachLine(const QString &text, Each each)
+{
     const int len = text.size();
     int start = 0;
+    int number = 0;
     while (start < len) {
         int end = text.indexOf(QLatin1Char('\n'), start);
         if (end < 0)
             end = len;
-        const QStringRef line = text.midRef(start, end - start);
+        each(text.midRef(start, end - start), ++number);
         start = end + 1;
-        if (line.isEmpty() || line.at(0) == QLatin1Char('#'))
-            continue;
-        const int tab = line.indexOf(QLatin1Char('\t'));
-        if (tab < 0)
-            continue;
-        const QString symbolic = unescapeFromSerialize(line.left(tab).toString());
-        QString real = unescapeFromSerialize(line.mid(tab + 1).toString());
-        if (!isMultiPropertyName(real))
-            real = fromOldHierarchicalEscaping(real);
-        entries.emplace_back(symbolic, ObjectName(real));
     }
+}
+
+// The file as the loader reads it: text mode, UTF-8.
+bool readTextFile(const QString &path, QString *text, QString *error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+        if (error)
+            *error = file.errorString();
+        return false;
+    }
+    QTextStream stream(&file);
+    stream.setCodec("UTF-8");
+    *text = stream.readAll();
+    return true;
+}
+
+} // namespace
+
+std::vector<std::pair<QString, ObjectName>> ObjectMap::parseSerializedMap(const QString &text) const
+{
+    std::vector<std::pair<QString, ObjectName>> entries;
+    QString symbolic, real;
+    forEachLine(text, [&](const QStringRef &line, int) {
+        if (readMapLine(line, &symbolic, &real) == MapLine::Entry)
+            entries.emplace_back(symbolic, ObjectName(real));
+    });
     return entries;
+}
+
+ObjectMapText ObjectMap::readMapText(const QString &text)
+{
+    ObjectMapText result;
+    QString symbolic, real;
+    forEachLine(text, [&](const QStringRef &line, int number) {
+        switch (readMapLine(line, &symbolic, &real)) {
+        case MapLine::Skipped:
+            break;
+        case MapLine::Comment:
+            result.comments.push_back(number);
+            break;
+        case MapLine::NoTab:
+            result.linesWithoutTab.push_back(number);
+            break;
+        case MapLine::Entry:
+            result.entries.push_back(
+                ObjectMapText::Entry { number, line.toString(), line.indexOf(QLatin1Char('\t')), symbolic,
+                                       ObjectName(real) });
+            break;
+        }
+    });
+    return result;
+}
+
+bool ObjectMap::readMapFile(const QString &path, ObjectMapText *result, QString *error)
+{
+    QString text;
+    if (!readTextFile(path, &text, error))
+        return false;
+    *result = readMapText(text);
+    return true;
 }
 
 void ObjectMap::loadFromString(const QString &text)
@@ -572,12 +647,9 @@ void ObjectMap::loadFromString(const QString &text)
 
 bool ObjectMap::loadFromFile(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
+    QString text;
+    if (!readTextFile(path, &text, nullptr))
         return false;
-    QTextStream stream(&file);
-    stream.setCodec("UTF-8");
-    const QString text = stream.readAll();
     clear();
     loadFromString(text);
     return true;
@@ -590,12 +662,12 @@ bool ObjectMap::saveToFile(const QString &path)
     // The new text goes to a temporary file that replaces the old map only once fully written.
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Text)) {
-        std::fprintf(stderr, "ObjectMap::save() failed when opening '%s'\n", path.toLocal8Bit().constData());
+        diagnostic(QStringLiteral("ObjectMap::save() failed when opening '%1'").arg(path));
         return false;
     }
     const QByteArray data = toString().toUtf8();
     if (file.write(data) != data.size() || !file.commit()) {
-        std::fprintf(stderr, "ObjectMap::save() failed when writing '%s'\n", path.toLocal8Bit().constData());
+        diagnostic(QStringLiteral("ObjectMap::save() failed when writing '%1'").arg(path));
         return false;
     }
     m_modified = false;

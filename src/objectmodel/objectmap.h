@@ -14,6 +14,23 @@
 
 namespace Vexil {
 
+/// A map text line by line as the loader reads it, with 1-based line numbers: its entries in line order,
+/// and the lines it skips.
+struct ObjectMapText
+{
+    struct Entry
+    {
+        int line;
+        QString text;        // the line as written, escapes and all
+        int tab;             // index of the first tab in text
+        QString symbolic;
+        ObjectName real;     // invalid when it does not parse: errorMessage(), errorOffset()
+    };
+    std::vector<Entry> entries;
+    std::vector<int> comments;           // lines starting with "#"
+    std::vector<int> linesWithoutTab;
+};
+
 /// Symbolic names (beginning with ":") and the real names they stand for, in both directions, with
 /// the line-oriented UTF-8 file form. The most recently constructed map is the current one (self()).
 class VEXIL_EXPORT ObjectMap
@@ -73,6 +90,11 @@ public:
     static QString unescapeFromSerialize(QString text);
     /// The (symbolic, real) pairs of \p text in line order; comments and lines without a tab are skipped.
     std::vector<std::pair<QString, ObjectName>> parseSerializedMap(const QString &text) const;
+    /// The same reading with line numbers and the skipped lines, for tools that report on a map.
+    static ObjectMapText readMapText(const QString &text);
+    /// readMapText() of the file at \p path read as loadFromFile() reads it; false (and the reason in
+    /// \p error when given) if it cannot be opened.
+    static bool readMapFile(const QString &path, ObjectMapText *result, QString *error = nullptr);
 
 private:
     Q_DISABLE_COPY(ObjectMap)

@@ -110,8 +110,17 @@ inline bool isBlank(QChar c)
 
 enum class ParseStatus { Ok, Failed, RanOffEnd };
 
-void setParseError(QString *error, const QString &name, unsigned int pos, const char *expected, QChar got)
+// Where parsing stopped, 0-based in the trimmed text; -1 until a failure says.
+struct ParsePlace
 {
+    QString *error;
+    int offset = -1;
+};
+
+void setParseError(ParsePlace &place, const QString &name, unsigned int pos, const char *expected, QChar got)
+{
+    place.offset = int(pos);
+    QString *error = place.error;
     if (!error)
         return;
     // The offending character is reported in Latin-1; anything beyond it shows as NUL.
@@ -123,19 +132,21 @@ void setParseError(QString *error, const QString &name, unsigned int pos, const 
 // One level of braces, starting on its "{"; on success pos is left on the matching "}". Nested
 // levels are only validated (out is null) since the caller keeps their text verbatim. Running
 // off the end is reported by the caller, which knows whether it was inside a nested name.
-ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &pos, QString *error, int depth,
+ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &pos, ParsePlace &place, int depth,
                                            QMap<QString, PropertyValue> *out)
 {
+    QString *error = place.error;
     const QChar *d = name.constData();
     const unsigned int len = static_cast<unsigned int>(name.size());
 
     if (pos >= len)
         return ParseStatus::RanOffEnd;
     if (d[pos] != QLatin1Char('{')) {
-        setParseError(error, name, pos, "{", d[pos]);
+        setParseError(place, name, pos, "{", d[pos]);
         return ParseStatus::Failed;
     }
     if (depth > MaxObjectNameNesting) {
+        place.offset = int(pos);
         if (error)
             *error = QStringLiteral("Object name %1 nests names more than %2 levels deep at column %3")
                          .arg(name, QString::number(MaxObjectNameNesting), QString::number(pos));
@@ -180,7 +191,7 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 if (pos >= len)
                     return ParseStatus::RanOffEnd;
                 if (d[pos] != QLatin1Char('=')) {
-                    setParseError(error, name, pos, "=", d[pos]);
+                    setParseError(place, name, pos, "=", d[pos]);
                     return ParseStatus::Failed;
                 }
                 op = c == QLatin1Char('~') ? PropertyValue::RegularExpression : PropertyValue::Wildcard;
@@ -231,6 +242,7 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 }
                 // A backslash takes the next character literally.
                 if (pos + 1 >= len) {
+                    place.offset = int(pos);
                     if (error)
                         *error = QStringLiteral("Object name %1 unexpectedly ends in backslash at column %2")
                                      .arg(name, QString::number(pos));
@@ -242,10 +254,11 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
             }
         } else if (d[pos] == QLatin1Char('{')) {
             const unsigned int start = pos;
-            const ParseStatus nested = parseNameByPropertiesRecursive(name, pos, error, depth + 1, nullptr);
+            const ParseStatus nested = parseNameByPropertiesRecursive(name, pos, place, depth + 1, nullptr);
             if (nested == ParseStatus::Failed)
                 return ParseStatus::Failed;
             if (nested == ParseStatus::RanOffEnd) {
+                place.offset = int(start);
                 if (error)
                     *error = QStringLiteral("Unexpected end of object name: %1. Parsing a nested object name "
                                             "starting at column %2 ended at column %3 which is unexpected.")
@@ -253,7 +266,7 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 return ParseStatus::Failed;
             }
             if (d[pos] != QLatin1Char('}')) {
-                setParseError(error, name, pos, "}", d[pos]);
+                setParseError(place, name, pos, "}", d[pos]);
                 return ParseStatus::Failed;
             }
             if (out) {
@@ -262,7 +275,7 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
             }
             ++pos;
         } else {
-            setParseError(error, name, pos, "either ' or { or whitespace", d[pos]);
+            setParseError(place, name, pos, "either ' or { or whitespace", d[pos]);
             return ParseStatus::Failed;
         }
     }
@@ -292,33 +305,46 @@ bool isMultiPropertyName(const QString &s)
     return s.startsWith(QLatin1Char('{')) && s.endsWith(QLatin1Char('}'));
 }
 
-QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString *error)
+QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString *error, int *errorOffset)
 {
+    if (errorOffset)
+        *errorOffset = -1;
     const QString trimmed = name.trimmed();
     if (!isMultiPropertyName(trimmed)) {
         if (error)
             *error = QStringLiteral("Not a multi-property string: %1").arg(trimmed);
         return QMap<QString, PropertyValue>();
     }
+    // Places are counted in the trimmed text; the caller's are in the text as given.
+    int lead = 0;
+    while (name.at(lead).isSpace())
+        ++lead;
+    auto fail = [&](int offset) {
+        if (errorOffset && offset >= 0)
+            *errorOffset = lead + offset;
+        return QMap<QString, PropertyValue>();
+    };
 
     QMap<QString, PropertyValue> props;
     unsigned int pos = 0;
-    const ParseStatus status = parseNameByPropertiesRecursive(trimmed, pos, error, 1, &props);
+    ParsePlace place { error };
+    const ParseStatus status = parseNameByPropertiesRecursive(trimmed, pos, place, 1, &props);
     const unsigned int len = static_cast<unsigned int>(trimmed.size());
     if (status == ParseStatus::Failed)
-        return QMap<QString, PropertyValue>();
+        return fail(place.offset);
     if (status == ParseStatus::RanOffEnd) {
         if (error && error->isEmpty())
             *error = QStringLiteral("Object name '%1' ended unexpectedly at column %2")
                          .arg(trimmed, QString::number(pos));
-        return QMap<QString, PropertyValue>();
+        return fail(int(pos));
     }
     if (pos + 1 < len) {
         if (error && error->isEmpty())
             *error = QStringLiteral("Error parsing object name %1 (trimmed: %2). Parsed %3 characters, "
                                     "but name still has %4 more to parse")
                          .arg(name, trimmed, QString::number(pos), QString::number(len - pos - 1));
-        return QMap<QString, PropertyValue>();
+        // The parser stopped on the closing brace; the first surplus character follows it.
+        return fail(int(pos) + 1);
     }
     return props;
 }
@@ -443,9 +469,12 @@ void ObjectName::ensureProperties() const
         return;
     if (isMultiPropertyName(m_name)) {
         QString error;
-        m_properties = parseNameByProperties(m_name, &error);
-        if (!error.isEmpty() && m_error.isEmpty())
+        int offset = -1;
+        m_properties = parseNameByProperties(m_name, &error, &offset);
+        if (!error.isEmpty() && m_error.isEmpty()) {
             m_error = error;
+            m_errorOffset = offset;
+        }
     } else if (m_name.startsWith(QLatin1Char('{')) || m_name.endsWith(QLatin1Char('}'))) {
         if (m_error.isEmpty())
             m_error = QStringLiteral("Hierarchical names must not start with '{' or end in '}': ") + m_name;
@@ -489,6 +518,12 @@ QString ObjectName::errorMessage() const
 {
     ensureProperties();
     return m_error;
+}
+
+int ObjectName::errorOffset() const
+{
+    ensureProperties();
+    return m_errorOffset;
 }
 
 bool ObjectName::isValid() const

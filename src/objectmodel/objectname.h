@@ -75,6 +75,8 @@ public:
 
     /// Parses if needed; empty while the name is valid.
     QString errorMessage() const;
+    /// The 0-based place in the text where parsing failed; -1 for a valid name or an error without a place.
+    int errorOffset() const;
     bool isValid() const;
     bool isMultiProperty() const;
     bool isEmpty() const;
@@ -96,6 +98,7 @@ private:
     mutable QMap<QString, PropertyValue> m_properties;
     mutable quint32 m_current;
     mutable QString m_error;
+    mutable int m_errorOffset = -1;
 };
 
 } // namespace Vexil
@@ -111,8 +114,10 @@ constexpr int MaxObjectNameNesting = 256;
 
 /// Parses a multi-property name (surrounding white space is ignored). On failure returns an empty
 /// map and, when \p error is non-null, stores the reason there; a partial map is never returned.
-VEXIL_EXPORT QMap<QString, PropertyValue> parseNameByProperties(const QString &name,
-                                                                QString *error = nullptr);
+/// \p errorOffset (when given) receives the 0-based place in \p name where parsing failed, or -1
+/// when the failure has no place (not a multi-property name at all) or there was none.
+VEXIL_EXPORT QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString *error = nullptr,
+                                                                int *errorOffset = nullptr);
 /// The canonical printed form: "{", key-operator-value entries in key order joined by one space, "}".
 VEXIL_EXPORT QString qualifiedNameFromProperties(const QMap<QString, PropertyValue> &props);
 /// Plain string equality unless both texts are multi-property names; those are compared by their

@@ -1,6 +1,7 @@
 // primitives.cpp: the primitive value classes, their objects, conversions, text and stream forms.
 #include "primitives.h"
 
+#include "diagnostics.h"
 #include "inspector.h"
 
 #include <QByteArray>
@@ -692,7 +693,7 @@ VexilClass_undefined::~VexilClass_undefined() = default;
 Object::Ptr VexilClass_undefined::wrap(void *, const ObjectAttribute &) const
 {
     // Reachable from wrapper input (an argument of unknown type), so it reports instead of aborting.
-    std::fprintf(stderr, "Can't wrap object to undefined type\n");
+    diagnostic(QStringLiteral("Can't wrap object to undefined type"));
     return Object::Ptr();
 }
 

@@ -30,6 +30,15 @@ struct TouchSample
     std::vector<TouchPoint> points;
 };
 
+/// Why TouchBuilder::fromXml() refused a text: the reason alone and, where the problem has a place,
+/// its 1-based line and column (both 0 when it has none).
+struct GestureXmlError
+{
+    std::string reason;
+    int line = 0;
+    int column = 0;
+};
+
 struct MultiTouchInfo;
 
 /*
@@ -158,8 +167,9 @@ public:
     void clearStrokes();
 
     /// Replaces the gestures by those of \p xml and drops the strokes. On failure returns false,
-    /// sets \p error (when given) to a text starting "Error in XML data " and changes nothing.
-    bool fromXml(const std::string &xml, std::string *error);
+    /// sets \p error (when given) to a text starting "Error in XML data ", \p details (when given)
+    /// to the reason and its place, and changes nothing.
+    bool fromXml(const std::string &xml, std::string *error, GestureXmlError *details = nullptr);
     std::string toXml() const;
 
     void translate(float dx, float dy);

@@ -80,21 +80,29 @@ int writtenTimestamp(const MultiTouchInfo &gesture, int timestamp)
 
 // XML reading
 
-std::string xmlError(const std::string &what)
+GestureXmlError xmlError(const std::string &what)
 {
-    return std::string("Error in XML data ") + kDocumentName + ": " + what;
+    return GestureXmlError { what, 0, 0 };
 }
 
-std::string xmlError(int row, int column, const std::string &what)
+GestureXmlError xmlError(int row, int column, const std::string &what)
+{
+    return GestureXmlError { what, row, column };
+}
+
+// The one-line text fromXml() reports, naming the document as TinyXML does.
+std::string describe(const GestureXmlError &e)
 {
     std::ostringstream os;
     os.imbue(std::locale::classic());
-    os << "Error in XML data " << kDocumentName << " at line " << row << ", column " << column
-       << ": " << what;
+    os << "Error in XML data " << kDocumentName;
+    if (e.line > 0)
+        os << " at line " << e.line << ", column " << e.column;
+    os << ": " << e.reason;
     return os.str();
 }
 
-std::string xmlErrorAt(const std::string &text, size_t pos, const std::string &what)
+GestureXmlError xmlErrorAt(const std::string &text, size_t pos, const std::string &what)
 {
     int row = 1;
     size_t lineStart = 0;
@@ -109,7 +117,7 @@ std::string xmlErrorAt(const std::string &text, size_t pos, const std::string &w
 
 // Checks the bytes are UTF-8 without NUL. TinyXML stops at a NUL (the rest would be lost silently)
 // and trusts lead bytes to announce the bytes that follow.
-bool checkEncoding(const std::string &text, std::string *message)
+bool checkEncoding(const std::string &text, GestureXmlError *message)
 {
     const size_t n = text.size();
     size_t i = 0;
@@ -223,7 +231,7 @@ bool isPlainDeclaration(const std::string &content)
 // Walks the markup the way TinyXML will and refuses what could make it recurse too deep, work in
 // quadratic time or allocate without bound. Markup it would read differently from us is refused
 // too, so the depth counted here is the depth it reaches.
-bool checkStructure(const std::string &text, std::string *message)
+bool checkStructure(const std::string &text, GestureXmlError *message)
 {
     const size_t n = text.size();
     size_t i = startsWith(text, 0, "\xEF\xBB\xBF") ? 3 : 0;
@@ -355,7 +363,7 @@ bool parseNumber(const char *text, T *out)
 }
 
 template <class T>
-bool readAttribute(const TiXmlElement *element, const char *name, T *out, std::string *message)
+bool readAttribute(const TiXmlElement *element, const char *name, T *out, GestureXmlError *message)
 {
     const char *text = element->Attribute(name);
     if (!text) {
@@ -372,7 +380,7 @@ bool readAttribute(const TiXmlElement *element, const char *name, T *out, std::s
     return true;
 }
 
-bool readGesture(const TiXmlElement *element, MultiTouchInfo *gesture, std::string *message)
+bool readGesture(const TiXmlElement *element, MultiTouchInfo *gesture, GestureXmlError *message)
 {
     if (!readAttribute(element, "area-width", &gesture->areaWidth, message)
         || !readAttribute(element, "area-height", &gesture->areaHeight, message))
@@ -418,7 +426,7 @@ bool readGesture(const TiXmlElement *element, MultiTouchInfo *gesture, std::stri
     return true;
 }
 
-bool readGestures(const std::string &xml, std::vector<MultiTouchInfo> *gestures, std::string *message)
+bool readGestures(const std::string &xml, std::vector<MultiTouchInfo> *gestures, GestureXmlError *message)
 {
     if (xml.size() > kMaxXmlBytes) {
         *message = xmlError("the text is longer than " + std::to_string(kMaxXmlBytes) + " bytes");
@@ -460,9 +468,9 @@ bool readGestures(const std::string &xml, std::vector<MultiTouchInfo> *gestures,
 
 } // namespace
 
-bool TouchBuilder::fromXml(const std::string &xml, std::string *error)
+bool TouchBuilder::fromXml(const std::string &xml, std::string *error, GestureXmlError *details)
 {
-    std::string message;
+    GestureXmlError message;
     std::vector<MultiTouchInfo> gestures;
     bool ok;
     try {
@@ -472,7 +480,9 @@ bool TouchBuilder::fromXml(const std::string &xml, std::string *error)
         message = xmlError("out of memory");
     }
     if (!ok) {
-        setError(error, message);
+        setError(error, describe(message));
+        if (details)
+            *details = message;
         return false;
     }
     m_gestures.swap(gestures);

@@ -2,6 +2,7 @@
 #ifndef VEXIL_H
 #define VEXIL_H
 
+#include "diagnostics.h"
 #include "sharedptr.h"
 #include "object.h"
 #include "members.h"

@@ -421,6 +421,10 @@ std::unique_ptr<Application> Application::launch(const QStringList &argv, const 
         env.insert(QStringLiteral("XDG_RUNTIME_DIR"), app->m_socketDir);
     if (!options.visible && !env.contains(QStringLiteral("QT_QPA_PLATFORM")))
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    // Qt Quick finds no OpenGL offscreen: its software renderer draws, unless the user chose a renderer.
+    if (env.value(QStringLiteral("QT_QPA_PLATFORM")).startsWith(QLatin1String("offscreen"))
+        && env.value(QStringLiteral("QT_QUICK_BACKEND")).isEmpty() && env.value(QStringLiteral("QMLSCENE_DEVICE")).isEmpty())
+        env.insert(QStringLiteral("QT_QUICK_BACKEND"), QStringLiteral("software"));
 
     app->m_process.reset(new QProcess);
     app->m_process->setProcessEnvironment(env);

@@ -15,6 +15,7 @@ import vexil  # noqa: E402
 CALCULATOR = "/usr/lib/x86_64-linux-gnu/qt5/examples/widgets/widgets/calculator/calculator"
 DEMO_CANDIDATES = [ROOT / b / "examples" / "demoapp" / n for b in ("build", "build-test")
                    for n in ("vexil-demo", "demoapp")]
+QUICK_EXAMPLES = "/usr/lib/x86_64-linux-gnu/qt5/examples/quick"
 pytest_plugins = ["pytester"]
 
 
@@ -41,3 +42,25 @@ def calculator_path():
     if not os.access(CALCULATOR, os.X_OK):
         pytest.skip("Debian's qtbase5-examples is not installed")
     return CALCULATOR
+
+
+@pytest.fixture
+def quickdemo_path(demo_path):
+    # Built beside the widget demo.
+    path = Path(demo_path).parents[1] / "quickdemo" / "vexil-quickdemo"
+    if not path.is_file():
+        pytest.skip("Qt Quick demo program not built (cmake --build build --target vexil-quickdemo)")
+    return str(path)
+
+
+@pytest.fixture
+def quick_example():
+    """The path of one of Debian's Qt Quick example programs, by its directory under the examples."""
+    agent_or_skip()
+
+    def find(name):
+        path = os.path.join(QUICK_EXAMPLES, name, os.path.basename(name))
+        if not os.access(path, os.X_OK):
+            pytest.skip("Debian's qtdeclarative5-examples is not installed")
+        return path
+    return find

@@ -152,7 +152,8 @@ LAUNCH_ERRORS = {
     "not_found": (lambda tmp: ["no-such-program-here"], "program not found: no-such-program-here"),
     "not_qt": (lambda tmp: ["/bin/true"], "/bin/true is not a Qt 5 program"),
     "no_qapplication": (lambda tmp: ["/usr/lib/x86_64-linux-gnu/qt5/examples/gui/analogclock/analogclock"],
-                        "analogclock: not a Qt Widgets program: the application object is a QGuiApplication"),
+                        "analogclock: not a Qt Widgets or Qt Quick program: the application object is a "
+                        "QGuiApplication and no Qt Quick window was made"),
     "exits_early": (lambda tmp: [script(tmp, "exit 3")], "prog exited early with code 3"),
     "no_handshake": (lambda tmp: [script(tmp, "sleep 5")], "prog: no handshake in 0.3 s"),
 }

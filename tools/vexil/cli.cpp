@@ -3,7 +3,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QRegularExpression>
 #include <QSaveFile>
 
 #include <cmath>
@@ -163,46 +162,6 @@ bool writeFileAtomically(const QString &path, const QByteArray &data, QString *e
         return false;
     }
     return true;
-}
-
-int nameErrorIndex(const QString &message)
-{
-    // Each pattern is anchored at the end, where the numbers are: the name quoted at the front may itself
-    // contain anything, including text that looks like a message.
-    static const struct
-    {
-        QRegularExpression rx;
-        int group;
-        int offset;
-    } kPatterns[] = {
-        // 1-based column of the offending character.
-        { QRegularExpression(
-              QStringLiteral(": at column (\\d+): expected (\\{|=|\\}|either ' or \\{ or whitespace), "
-                             "got .\\n?\\z"),
-              QRegularExpression::DotMatchesEverythingOption),
-            1, -1 },
-        // 0-based positions from here on.
-        { QRegularExpression(QStringLiteral("' ended unexpectedly at column (\\d+)\\z")), 1, 0 },
-        { QRegularExpression(QStringLiteral(" unexpectedly ends in backslash at column (\\d+)\\z")), 1, 0 },
-        { QRegularExpression(
-              QStringLiteral("Parsing a nested object name starting at column (\\d+) ended at column "
-                             "\\d+ which is unexpected\\.\\z")),
-            1, 0 },
-        { QRegularExpression(QStringLiteral(" levels deep at column (\\d+)\\z")), 1, 0 },
-        // The parser stopped on the closing brace; the first surplus character follows it.
-        { QRegularExpression(
-              QStringLiteral("\\. Parsed (\\d+) characters, but name still has \\d+ more to parse\\z")),
-            1, 1 },
-    };
-    for (const auto &p : kPatterns) {
-        const QRegularExpressionMatch m = p.rx.match(message);
-        if (m.hasMatch()) {
-            bool ok = false;
-            const int n = m.captured(p.group).toInt(&ok);
-            return ok ? n + p.offset : -1;
-        }
-    }
-    return -1;
 }
 
 QString cleanMessage(const QString &message)

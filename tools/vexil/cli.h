@@ -62,8 +62,6 @@ bool readFile(const QString &path, QByteArray *data, QString *error);
 /// standard output.
 bool writeFileAtomically(const QString &path, const QByteArray &data, QString *error);
 
-/// Where in the parsed (trimmed) text a name parser message points, 0-based; -1 when it points nowhere.
-int nameErrorIndex(const QString &message);
 /// The parser's message without its trailing line break.
 QString cleanMessage(const QString &message);
 /// Spaces (and the tabs of \p text, so columns line up) up to \p index, then "^".

@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+#include <objectname.h>
+
 namespace VexilTool {
 
 int runCommand(const QStringList &args);
@@ -13,12 +15,9 @@ int objectMapCommand(const QStringList &args);
 int nameCommand(const QStringList &args);
 int gestureCommand(const QStringList &args);
 
-/// Prints \p head and the name parser's \p message on standard error, then \p text (as given, untrimmed)
-/// with a caret under the place the message points to, when it points somewhere.
-void printNameError(const QString &head, const QString &text, const QString &message);
-
-/// Where the parser's 0-based \p index into the trimmed form of \p text lies in \p text itself.
-int untrimmedIndex(const QString &text, int index);
+/// Prints \p head and the parser's message for \p name (made from \p text) on standard error, then
+/// \p text with a caret under the place where parsing failed, when the failure has one.
+void printNameError(const QString &head, const QString &text, const Vexil::ObjectName &name);
 
 } // namespace VexilTool
 

@@ -5,7 +5,6 @@
 
 #include <touchbuilder.h>
 
-#include <QRegularExpression>
 #include <QSet>
 
 #include <algorithm>
@@ -96,25 +95,16 @@ int loadGestures(const QString &command, const QString &path, Vexil::TouchBuilde
         err(QStringLiteral("vexil %1: %2").arg(command, error));
         return ExitUsage;
     }
-    std::string message;
-    if (builder->fromXml(data.toStdString(), &message))
+    Vexil::GestureXmlError problem;
+    if (builder->fromXml(data.toStdString(), nullptr, &problem))
         return ExitOk;
-    // The reader's messages name an anonymous document; the user knows the file.
-    const QString text = QString::fromStdString(message);
-    static const QRegularExpression located(
-        QStringLiteral("\\AError in XML data .*? at line (\\d+), column (\\d+): (.*)\\z"),
-        QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression unlocated(QStringLiteral("\\AError in XML data <[^>]*>: (.*)\\z"),
-                                              QRegularExpression::DotMatchesEverythingOption);
-    QRegularExpressionMatch m = located.match(text);
-    if (m.hasMatch()) {
-        err(path + QLatin1Char(':') + m.captured(1) + QLatin1Char(':') + m.captured(2) + QStringLiteral(": ")
-            + m.captured(3));
-    } else if ((m = unlocated.match(text)).hasMatch()) {
-        err(path + QStringLiteral(": ") + m.captured(1));
-    } else {
-        err(path + QStringLiteral(": ") + text);
-    }
+    // The reader names an anonymous document; the user knows the file.
+    const QString reason = QString::fromStdString(problem.reason);
+    if (problem.line > 0)
+        err(path + QLatin1Char(':') + QString::number(problem.line) + QLatin1Char(':')
+            + QString::number(problem.column) + QStringLiteral(": ") + reason);
+    else
+        err(path + QStringLiteral(": ") + reason);
     return ExitFailures;
 }
 

@@ -58,22 +58,14 @@ void printProperties(const QMap<QString, Vexil::PropertyValue> &props, int depth
 
 } // namespace
 
-int untrimmedIndex(const QString &text, int index)
+void printNameError(const QString &head, const QString &text, const Vexil::ObjectName &name)
 {
-    int lead = 0;
-    while (lead < text.size() && text.at(lead).isSpace())
-        ++lead;
-    return index + lead;
-}
-
-void printNameError(const QString &head, const QString &text, const QString &message)
-{
-    err(head + cleanMessage(message));
-    const int index = nameErrorIndex(message);
+    err(head + cleanMessage(name.errorMessage()));
+    const int index = name.errorOffset();
     if (index < 0)
         return;
     err(QStringLiteral("  ") + text);
-    err(QStringLiteral("  ") + caretLine(text, untrimmedIndex(text, index)));
+    err(QStringLiteral("  ") + caretLine(text, index));
 }
 
 int nameCommand(const QStringList &args)
@@ -94,7 +86,7 @@ int nameCommand(const QStringList &args)
     const QString text = parsed.positionals().at(0);
     const Vexil::ObjectName name(text);
     if (!name.isValid()) {
-        printNameError(QStringLiteral("vexil name: "), text, name.errorMessage());
+        printNameError(QStringLiteral("vexil name: "), text, name);
         return ExitFailures;
     }
     if (!name.isMultiProperty()) {

@@ -75,65 +75,20 @@ Example: vexil objectmap lookup demo.objectmap ":Vexil Demo.OK_QPushButton"
 Exit codes: 0 found, 1 not in the map or a real name that does not parse, 2 usage error or unreadable
 FILE.)HELP";
 
-// One entry line of a map file as the library reads it.
-struct Entry
-{
-    int line = 0;
-    QString raw;         // the line as written
-    int tab = 0;         // index of the first tab in raw
-    QString symbolic;
-    Vexil::ObjectName real;
-};
+using Entry = Vexil::ObjectMapText::Entry;
 
-struct MapFile
-{
-    std::vector<Entry> entries;
-    std::vector<int> linesWithoutTab;
-    int comments = 0;
-};
-
-// Reads the file as ObjectMap::loadFromFile does (text mode, UTF-8) and takes each line through the library's
-// own line reader, so that what is reported here is what a test run sees.
-bool readMapFile(const QString &path, MapFile *map, QString *error)
+// The file as the library reads it, line by line (ObjectMap::readMapFile), so that what is reported here
+// is what a test run sees.
+bool readMapFile(const QString &path, Vexil::ObjectMapText *map, QString *error)
 {
     if (QFileInfo(path).isDir()) {
         *error = QStringLiteral("cannot read '%1': it is a directory").arg(path);
         return false;
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
-        *error = QStringLiteral("cannot open '%1': %2").arg(path, file.errorString());
+    QString reason;
+    if (!Vexil::ObjectMap::readMapFile(path, map, &reason)) {
+        *error = QStringLiteral("cannot open '%1': %2").arg(path, reason);
         return false;
-    }
-    QTextStream stream(&file);
-    stream.setCodec("UTF-8");
-    const QString text = stream.readAll();
-
-    Vexil::ObjectMap reader;
-    const QStringList lines = text.split(QLatin1Char('\n'));
-    for (int i = 0; i < lines.size(); ++i) {
-        const QString &line = lines.at(i);
-        if (line.isEmpty())
-            continue;
-        if (line.startsWith(QLatin1Char('#'))) {
-            ++map->comments;
-            continue;
-        }
-        const int tab = line.indexOf(QLatin1Char('\t'));
-        if (tab < 0) {
-            map->linesWithoutTab.push_back(i + 1);
-            continue;
-        }
-        const auto parsed = reader.parseSerializedMap(line);
-        if (parsed.size() != 1)
-            continue;
-        Entry e;
-        e.line = i + 1;
-        e.raw = line;
-        e.tab = tab;
-        e.symbolic = parsed.front().first;
-        e.real = parsed.front().second;
-        map->entries.push_back(e);
     }
     return true;
 }
@@ -215,7 +170,7 @@ int check(const QStringList &args)
         return usageError(command, parsed.positionals().isEmpty() ? QStringLiteral("missing FILE")
                                                                   : QStringLiteral("expected one FILE"));
     const QString path = parsed.positionals().at(0);
-    MapFile map;
+    Vexil::ObjectMapText map;
     if (!readMapFile(path, &map, &error)) {
         err(QStringLiteral("vexil %1: %2").arg(command, error));
         return ExitUsage;
@@ -239,19 +194,18 @@ int check(const QStringList &args)
         const QString symbolic = shown(e.symbolic);
         const QString message = e.real.errorMessage();
         if (!message.isEmpty()) {
-            const int index = nameErrorIndex(message);
-            const QString rawReal = e.raw.mid(e.tab + 1);
+            const int index = e.real.errorOffset();
+            const QString rawReal = e.text.mid(e.tab + 1);
             // Without a place in the name, the column is where the real name starts.
-            const int column = e.tab + 1
-                + (index >= 0 ? escapedIndex(rawReal, untrimmedIndex(e.real.qualifiedName(), index)) : 0) + 1;
+            const int column = e.tab + 1 + (index >= 0 ? escapedIndex(rawReal, index) : 0) + 1;
             report(e.line,
                 QLatin1Char(':') + QString::number(column)
                     + QStringLiteral(": real name of '%1' does not parse: %2")
                           .arg(symbolic, cleanMessage(message)),
                 true);
             if (index >= 0)
-                reports.back().second << QStringLiteral("  ") + e.raw
-                                      << QStringLiteral("  ") + caretLine(e.raw, column - 1);
+                reports.back().second << QStringLiteral("  ") + e.text
+                                      << QStringLiteral("  ") + caretLine(e.text, column - 1);
         }
         if (!e.symbolic.startsWith(QLatin1Char(':'))) {
             report(e.line,
@@ -317,7 +271,7 @@ int normalize(const QStringList &args)
         = parsed.has(QStringLiteral("--output")) ? parsed.value(QStringLiteral("--output")) : path;
     if (target.isEmpty())
         return usageError(command, QStringLiteral("empty output file name"));
-    MapFile file;
+    Vexil::ObjectMapText file;
     if (!readMapFile(path, &file, &error)) {
         err(QStringLiteral("vexil %1: %2").arg(command, error));
         return ExitUsage;
@@ -325,8 +279,9 @@ int normalize(const QStringList &args)
 
     for (int line : file.linesWithoutTab)
         err(location(path, line) + QStringLiteral(": note: line without a tab dropped"));
-    if (file.comments)
-        err(path + QStringLiteral(": note: ") + plural(file.comments, "comment line", "comment lines")
+    if (!file.comments.empty())
+        err(path + QStringLiteral(": note: ")
+            + plural(int(file.comments.size()), "comment line", "comment lines")
             + QStringLiteral(" dropped"));
 
     // Later lines replace earlier ones, as on load.
@@ -388,7 +343,7 @@ int lookup(const QStringList &args)
     const QString name = parsed.positionals().at(1);
     if (name.isEmpty())
         return usageError(command, QStringLiteral("empty NAME"));
-    MapFile file;
+    Vexil::ObjectMapText file;
     if (!readMapFile(path, &file, &error)) {
         err(QStringLiteral("vexil %1: %2").arg(command, error));
         return ExitUsage;
@@ -407,7 +362,7 @@ int lookup(const QStringList &args)
     }
     const Vexil::ObjectName real(name);
     if (!real.isValid()) {
-        printNameError(QStringLiteral("vexil %1: ").arg(command), name, real.errorMessage());
+        printNameError(QStringLiteral("vexil %1: ").arg(command), name, real);
         return ExitFailures;
     }
     const QString symbolic = map.symbolicName(name, false);

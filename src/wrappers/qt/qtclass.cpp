@@ -12,6 +12,7 @@
 #include <QDate>
 #include <QDateTime>
 #include <QHash>
+#include <QJSValue>
 #include <QPoint>
 #include <QRect>
 #include <QStringList>
@@ -105,6 +106,9 @@ bool isTextObject(const Object::Ptr &value)
 // Converts a model object for a parameter or property of type \p info; an enum also takes a key text.
 bool toVariant(const Object::Ptr &value, const TypeInfo &info, QVariant *out)
 {
+    // A QVariant takes any object as it is.
+    if (info.kind == ValueKind::Variant)
+        return objectToVariant(value, info, out);
     if (info.kind == ValueKind::Enum && isTextObject(value) && info.metaEnum.isValid()) {
         bool ok = false;
         const int n = info.metaEnum.keysToValue(value->toString().toLatin1().constData(), &ok);
@@ -259,7 +263,9 @@ bool rawToVariant(void *raw, const TypeInfo &info, QVariant *out)
     switch (info.kind) {
     case ValueKind::String:
         *out = QVariant(raw ? QString::fromUtf8(static_cast<const char *>(raw)) : QString());
-        return true;
+        return info.typeId == QMetaType::QString || out->convert(info.typeId);
+    case ValueKind::Variant:
+        return false;
     case ValueKind::QObjectPtr: {
         QObject *object = static_cast<QObject *>(raw);
         if (object && !object->metaObject()->inherits(info.objectType))
@@ -316,7 +322,12 @@ TypeInfo typeInfoForType(int typeId)
         info.kind = ValueKind::Int64;
         return info;
     case QMetaType::QString:
+    case QMetaType::QColor:
+    case QMetaType::QUrl:
         info.kind = ValueKind::String;
+        return info;
+    case QMetaType::QVariant:
+        info.kind = ValueKind::Variant;
         return info;
     case QMetaType::QStringList:
         info.kind = ValueKind::StringList;
@@ -400,6 +411,8 @@ Argument argumentFor(const TypeInfo &info, const QString &name)
         return Argument(name, insp->type(Inspector::Int), 0, 0, enumFor(info.metaEnum));
     case ValueKind::QObjectPtr:
         return Argument(name, classForMetaObject(info.objectType), ObjectAttribute::Pointer);
+    case ValueKind::Variant:
+        return Argument(name, insp->type(Inspector::Void));     // void takes any object unchanged
     case ValueKind::Unsupported:
         break;
     }
@@ -444,6 +457,18 @@ Object::Ptr variantToObject(const QVariant &value, const TypeInfo &info)
         const QDate d = value.toDate();
         return wrapDateTime(d.isValid() ? DateTime(d.year(), d.month(), d.day()) : DateTime());
     }
+    case ValueKind::Variant: {
+        // QML hands its values over as JavaScript values; what they hold decides the model's type.
+        QVariant held = value.userType() == qMetaTypeId<QJSValue>() ? value.value<QJSValue>().toVariant() : value;
+        if (!held.isValid())
+            return insp->voidObject();
+        if (held.userType() == QMetaType::Float || held.userType() == QMetaType::UInt)
+            held.convert(held.userType() == QMetaType::Float ? QMetaType::Double : QMetaType::LongLong);
+        const TypeInfo inner = typeInfoForType(held.userType());
+        if (inner.supported() && inner.kind != ValueKind::Variant && inner.kind != ValueKind::Enum)
+            return variantToObject(held, inner);
+        return held.canConvert<QString>() ? wrap(held.toString()) : insp->voidObject();
+    }
     case ValueKind::QObjectPtr: {
         if (QObject *object = objectPointer(value))
             return wrapQObject(object);
@@ -464,7 +489,27 @@ bool objectToVariant(const Object::Ptr &object, const TypeInfo &info, QVariant *
     switch (info.kind) {
     case ValueKind::String:
         *out = QVariant(object->toString());
+        return info.typeId == QMetaType::QString || out->convert(info.typeId);
+    case ValueKind::Variant: {
+        Inspector *insp = Inspector::self();
+        const Class *cls = object->objectClass();
+        if (QObject *target = qobjectOf(object))
+            *out = QVariant::fromValue(target);
+        else if (cls == insp->type(Inspector::Bool))
+            *out = QVariant(object->toBoolean());
+        else if (cls == insp->type(Inspector::Double))
+            *out = QVariant(object->toDouble());
+        else if (cls == insp->type(Inspector::Int64))
+            *out = QVariant(qlonglong(object->toInt64()));
+        else if (cls == insp->type(Inspector::Int) || cls == insp->type(Inspector::Short)
+                 || cls == insp->type(Inspector::Long))
+            *out = QVariant(object->toInteger());
+        else if (object->isNull() || cls == insp->type(Inspector::Void))
+            *out = QVariant();
+        else
+            *out = QVariant(object->toString());
         return true;
+    }
     case ValueKind::QObjectPtr: {
         // A null object of a Qt class stands for a null pointer; a dead one for nothing at all.
         if (object->isInvalidated())
@@ -759,13 +804,16 @@ Object::Ptr QtClass::callMethod(int local, QObject *object, const QVector<QVaria
     const int returnType = m.returnType();
     QVariant result;
     QVector<void *> argv(args.size() + 1, nullptr);
-    if (returnType != QMetaType::Void) {
+    // A QVariant parameter or result is the variant itself, not what it holds.
+    if (returnType == QMetaType::QVariant) {
+        argv[0] = &result;
+    } else if (returnType != QMetaType::Void) {
         result = QVariant(returnType, nullptr);
         argv[0] = result.data();
     }
     QVector<QVariant> values = args;                // data() below needs detached, writable copies
     for (int i = 0; i < values.size(); ++i)
-        argv[i + 1] = values[i].data();
+        argv[i + 1] = m.parameterType(i) == QMetaType::QVariant ? static_cast<void *>(&values[i]) : values[i].data();
     // Slots and invokables of every class in the chain take the absolute method index.
     QMetaObject::metacall(object, QMetaObject::InvokeMetaMethod, m.methodIndex(), argv.data());
     if (returnType == QMetaType::Void)

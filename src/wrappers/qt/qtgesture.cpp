@@ -11,7 +11,9 @@
 #include <QFile>
 #include <QHash>
 #include <QScreen>
-#include <QTimer>
+#include <QThread>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QTouchDevice>
 #include <QWidget>
 #include <QWindow>
@@ -63,11 +65,34 @@ WsiPoint touchPoint(int id, const QPointF &global, float pressure, qreal diamete
     return p;
 }
 
-// The gestures as touch events on \p widget: points relative to its top-left in pixels, states from the
-// points' own where they say "up" and otherwise from which pointers are down from one sample to the next.
-QVector<TouchFrame> framesFor(QWidget *widget, std::vector<MultiTouchInfo> gestures)
+// What a gesture touches: a widget, or a Qt Quick item; points are relative to its top-left. An item in a
+// QQuickWidget is touched through the widget, at the item's place in it.
+struct TouchTarget
 {
-    QScreen *screen = widget->screen();
+    QPointer<QWidget> widget;
+    QPointer<QQuickItem> item;
+    QPoint origin;
+
+    bool alive() const { return widget || item; }
+    // The window that receives the touch events: for an item in a QQuickWidget, the widget's.
+    QWindow *window() const
+    {
+        if (widget)
+            return widget->window()->windowHandle();
+        return item ? item->window() : nullptr;
+    }
+    QPointF mapToGlobal(const QPointF &pos) const
+    {
+        return widget ? QPointF(widget->mapToGlobal(origin + pos.toPoint())) : item->mapToGlobal(pos);
+    }
+    QScreen *screen() const { return window() ? window()->screen() : nullptr; }
+};
+
+// The gestures as touch events on \p target: points relative to its top-left in pixels, states from the
+// points' own where they say "up" and otherwise from which pointers are down from one sample to the next.
+QVector<TouchFrame> framesFor(const TouchTarget &widget, std::vector<MultiTouchInfo> gestures)
+{
+    QScreen *screen = widget.screen();
     const QRectF screenRect = screen ? QRectF(screen->geometry()) : QRectF(0, 0, 1, 1);
     const float dpiX = screen ? float(screen->physicalDotsPerInchX()) : 96.0f;
     const float dpiY = screen ? float(screen->physicalDotsPerInchY()) : 96.0f;
@@ -87,7 +112,7 @@ QVector<TouchFrame> framesFor(QWidget *widget, std::vector<MultiTouchInfo> gestu
             last = frame.time;
             QHash<int, WsiPoint> now;
             for (const TouchPoint &tp : sample.points) {
-                const QPointF global = widget->mapToGlobal(QPointF(tp.x, tp.y).toPoint());
+                const QPointF global = widget.mapToGlobal(QPointF(tp.x, tp.y));
                 const qreal diameter = tp.size > 0 && side > 0 ? qreal(tp.size) * side : 0.0;
                 Qt::TouchPointState st = Qt::TouchPointPressed;
                 auto before = down.constFind(tp.id);
@@ -131,58 +156,67 @@ QVector<TouchFrame> framesFor(QWidget *widget, std::vector<MultiTouchInfo> gestu
     return frames;
 }
 
-// Plays the frames from timers in an event loop of our own, so that the application paints and runs its
-// timers between them as it does for a finger.
-QString replay(QWidget *widget, const std::vector<MultiTouchInfo> &gestures)
+// Plays the frames at their times.
+QString replay(const TouchTarget &guard, const std::vector<MultiTouchInfo> &gestures)
 {
-    const QVector<TouchFrame> frames = framesFor(widget, gestures);
+    const QVector<TouchFrame> frames = framesFor(guard, gestures);
     if (frames.isEmpty())
         return QStringLiteral("the gesture has no samples (was build() called?)");
-    activateWindowOf(widget);
-    QPointer<QWidget> guard(widget);
+    if (guard.widget)
+        activateWindowOf(guard.widget);
+    else
+        activateQuickWindow(guard.item);
     QTouchDevice *device = touchScreen();
     QElapsedTimer clock;
     clock.start();
-    QEventLoop loop;
-    QTimer timer;
-    timer.setSingleShot(true);
     int next = 0;
     bool lost = false;
-    auto send = [&]() {
-        while (next < frames.size() && frames.at(next).time <= clock.elapsed()) {
-            if (!guard || !guard->window()->windowHandle()) {
-                lost = true;
-                loop.quit();
-                return;
-            }
-            QWindowSystemInterface::handleTouchEvent<QWindowSystemInterface::SynchronousDelivery>(
-                guard->window()->windowHandle(), device, frames.at(next).points);
-            ++next;
+    // The application runs between the frames (it paints, runs its timers and animations, as for a finger),
+    // but from a loop that never waits for events: a waiting nested loop would make the agent answer the
+    // call before the gesture is over.
+    while (next < frames.size()) {
+        const qint64 early = frames.at(next).time - clock.elapsed();
+        if (early > 0) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, int(early));
+            QThread::msleep(ulong(std::min<qint64>(early, 2)));
+            continue;
         }
-        if (next >= frames.size()) {
-            loop.quit();
-            return;
+        if (!guard.alive() || !guard.window()) {
+            lost = true;
+            break;
         }
-        timer.start(int(std::max<qint64>(0, frames.at(next).time - clock.elapsed())));
-    };
-    QObject::connect(&timer, &QTimer::timeout, &loop, send);
-    timer.start(0);
-    loop.exec();
+        QWindowSystemInterface::handleTouchEvent<QWindowSystemInterface::SynchronousDelivery>(
+            guard.window(), device, frames.at(next).points);
+        ++next;
+    }
     flushInput();
-    return lost ? QStringLiteral("the widget went away during the gesture") : QString();
+    return lost ? QStringLiteral("the object went away during the gesture") : QString();
 }
 
 Object::Ptr replayOn(const Object::Ptr &object, const std::vector<MultiTouchInfo> &gestures, const QString &what)
 {
     QObject *o = qobjectOf(object);
-    if (!o || !o->isWidgetType())
-        return failCall(QStringLiteral("Cannot replay %1: the object is no widget").arg(what));
-    auto *w = static_cast<QWidget *>(o);
-    QString error = clickableAt(w, w->rect().center());
+    QQuickItem *item = quickItem(o);
+    if (!o || (!o->isWidgetType() && !item))
+        return failCall(QStringLiteral("Cannot replay %1: the object is no widget or item").arg(what));
+    TouchTarget target;
+    QString error;
+    if (item) {
+        InputTarget input;
+        error = quickInputTarget(item, &input);
+        if (error.isEmpty())
+            error = quickClickableAt(item, QPointF(item->width() / 2, item->height() / 2));
+        target.item = item;
+        target.widget = input.widget;
+        target.origin = input.rect.topLeft();
+    } else {
+        target.widget = static_cast<QWidget *>(o);
+        error = clickableAt(target.widget, target.widget->rect().center());
+    }
     if (error.isEmpty())
-        error = replay(w, gestures);
+        error = replay(target, gestures);
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot replay %1 on '%2': %3").arg(what, printableName(w), error));
+        return failCall(QStringLiteral("Cannot replay %1 on '%2': %3").arg(what, printableName(o), error));
     return Inspector::self()->voidObject();
 }
 

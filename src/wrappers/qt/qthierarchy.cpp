@@ -12,6 +12,8 @@
 #include <QLineEdit>
 #include <QSet>
 #include <QVarLengthArray>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QWidget>
 
 #include <algorithm>
@@ -29,12 +31,21 @@ bool isWindowWidget(const QObject *object)
     return object->isWidgetType() && static_cast<const QWidget *>(object)->isWindow();
 }
 
-// The order in which the model lists top-level widgets: first seen first, so that windows opened later come
+// The order in which the model lists top-level objects: first seen first, so that windows opened later come
 // later and the list does not reshuffle between two calls.
-QVector<QPointer<QWidget>> &topLevelOrder()
+QVector<QPointer<QObject>> &topLevelOrder()
 {
-    static QVector<QPointer<QWidget>> s_order;
+    static QVector<QPointer<QObject>> s_order;
     return s_order;
+}
+
+// Children the walk visits: Qt Quick objects list their items, other objects their QObject children.
+QObjectList walkedChildren(QObject *parent)
+{
+    QObjectList kids;
+    if (quickChildren(parent, &kids))
+        return kids;
+    return parent->children();
 }
 
 bool boolText(const PropertyValue &value, bool state)
@@ -67,7 +78,7 @@ TextReader directTextReader(const QMetaProperty &property)
 // One property of a multi-property name, ready to be tested against many objects.
 struct Check
 {
-    enum Kind { Type, Name, Window, Container, Visible, Property };
+    enum Kind { Type, Name, Window, Container, Visible, QmlId, Property };
 
     Kind kind;
     QString key;
@@ -131,12 +142,17 @@ bool Check::matches(QObject *object) const
         const QMetaObject *mo = object->metaObject();
         if (mo != lastMetaObject) {
             lastMetaObject = mo;
-            lastTypeMatch = value.matches(QString::fromLatin1(mo->className()));
+            lastTypeMatch = typeNameMatches(mo, value);
         }
         return lastTypeMatch;
     }
     case Name:
         return matchesText(object->objectName());
+    case QmlId: {
+        // QML ids are no properties; the documents that declare the object know them.
+        const QStringList ids = qmlIds(object);
+        return std::any_of(ids.cbegin(), ids.cend(), [this](const QString &id) { return matchesText(id); });
+    }
     case Window: {
         if (implied)
             return true;
@@ -242,6 +258,8 @@ Query::Query(const ObjectName &name, int depth)
             c.kind = Check::Name;
         } else if (key == QLatin1String("visible")) {
             c.kind = Check::Visible;
+        } else if (key == QLatin1String("id")) {
+            c.kind = Check::QmlId;
         } else if (key == QLatin1String("window") || key == QLatin1String("container")) {
             const bool window = key == QLatin1String("window");
             c.kind = window ? Check::Window : Check::Container;
@@ -277,11 +295,11 @@ template <class Visitor>
 bool walkChildren(QObject *parent, Visitor &visitor)
 {
     // A copy of the list (shared, not duplicated) stays valid if a property read adds children.
-    const QObjectList kids = parent->children();
+    const QObjectList kids = walkedChildren(parent);
     for (QObject *kid : kids) {
-        const bool hasKids = !kid->children().isEmpty();
+        const bool hasKids = !kid->children().isEmpty() || isQuickNode(kid);
         const bool wanted = visitor.wants(kid);
-        if ((!wanted && !hasKids) || isWindowWidget(kid))
+        if ((!wanted && !hasKids) || isTopLevelObject(kid))
             continue;
         if (wanted && !visitor.take(kid))
             return false;
@@ -316,18 +334,18 @@ bool walk(const QObjectList &roots, bool recurse, Visitor &visitor)
 template <class Visitor>
 bool walkTopLevels(bool recurse, Visitor &visitor)
 {
-    const QVector<QPointer<QWidget>> known = topLevelOrder();
-    QVarLengthArray<QWidget *, 16> visited;
-    for (const QPointer<QWidget> &p : known) {
-        QWidget *w = p.data();
-        if (!w || !w->isWindow() || w->windowType() == Qt::Desktop)
+    const QVector<QPointer<QObject>> known = topLevelOrder();
+    QVarLengthArray<QObject *, 16> visited;
+    for (const QPointer<QObject> &p : known) {
+        QObject *o = p.data();
+        if (!o || (o->isWidgetType() && (!isWindowWidget(o) || static_cast<QWidget *>(o)->windowType() == Qt::Desktop)))
             continue;
-        visited.append(w);
-        if (!walkFrom(w, recurse, visitor))
+        visited.append(o);
+        if (!walkFrom(o, recurse, visitor))
             return false;
     }
-    for (QWidget *w : topLevelWidgets()) {
-        if (std::find(visited.cbegin(), visited.cend(), w) == visited.cend() && !walkFrom(w, recurse, visitor))
+    for (QObject *o : topLevelObjects()) {
+        if (std::find(visited.cbegin(), visited.cend(), o) == visited.cend() && !walkFrom(o, recurse, visitor))
             return false;
     }
     return true;
@@ -482,6 +500,13 @@ QString shownText(QObject *object)
         return box->title();
     if (isWindowWidget(object))
         return static_cast<QWidget *>(object)->windowTitle();
+    if (object->isWindowType())
+        return static_cast<QWindow *>(object)->title();
+    // Qt Quick's texts, buttons and fields, and components that pass a text on.
+    if (quickItem(object)) {
+        const QVariant text = object->property("text");
+        return text.userType() == QMetaType::QString ? text.toString() : QString();
+    }
     return QString();
 }
 
@@ -491,6 +516,8 @@ QString shownTextKey(QObject *object)
         return QStringLiteral("title");
     if (isWindowWidget(object))
         return QStringLiteral("windowTitle");
+    if (object->isWindowType())
+        return QStringLiteral("title");
     return QStringLiteral("text");
 }
 
@@ -500,15 +527,20 @@ QMap<QString, PropertyValue> identifyingProperties(QObject *object)
     const auto plain = [](const QString &text) {
         return PropertyValue(text, PropertyValue::Equals, PropertyValue::PlainText);
     };
-    props.insert(QStringLiteral("type"), plain(QString::fromLatin1(object->metaObject()->className())));
+    props.insert(QStringLiteral("type"), plain(shownTypeName(object)));
     if (!object->objectName().isEmpty()) {
         props.insert(QStringLiteral("name"), plain(object->objectName()));
     } else {
+        // An item's id is as stable as an object name; its text may change.
+        const QStringList ids = quickItem(object) ? qmlIds(object) : QStringList();
         const QString text = shownText(object);
-        if (!text.isEmpty())
+        if (!ids.isEmpty())
+            props.insert(QStringLiteral("id"), plain(ids.first()));
+        else if (!text.isEmpty())
             props.insert(shownTextKey(object), plain(text));
     }
-    if (object->isWidgetType() && static_cast<QWidget *>(object)->isVisible())
+    if ((object->isWidgetType() && static_cast<QWidget *>(object)->isVisible())
+        || (quickItem(object) && quickItem(object)->isVisible()))
         props.insert(QStringLiteral("visible"), plain(QStringLiteral("1")));
     QObject *window = windowOf(object);
     if (window && window != object) {
@@ -523,57 +555,82 @@ QMap<QString, PropertyValue> identifyingProperties(QObject *object)
 // ---------------------------------------------------------------------------------------------------------
 // The tree
 
-QList<QWidget *> topLevelWidgets()
+bool hasWidgets()
 {
-    const QWidgetList current = QApplication::topLevelWidgets();
-    const QSet<QWidget *> present(current.cbegin(), current.cend());
-    QVector<QPointer<QWidget>> &order = topLevelOrder();
-    QList<QWidget *> result;
-    QSet<QWidget *> listed;
-    for (const QPointer<QWidget> &w : order) {
-        if (w && present.contains(w.data()) && !listed.contains(w.data())) {
-            result.append(w.data());
-            listed.insert(w.data());
+    return qobject_cast<QApplication *>(QCoreApplication::instance()) != nullptr;
+}
+
+bool isTopLevelObject(const QObject *object)
+{
+    if (object->isWidgetType())
+        return static_cast<const QWidget *>(object)->isWindow();
+    return object->isWindowType() && qobject_cast<const QQuickWindow *>(object);
+}
+
+QObjectList topLevelObjects()
+{
+    QObjectList current;
+    if (hasWidgets()) {
+        for (QWidget *w : QApplication::topLevelWidgets())
+            current.append(w);
+    }
+    for (QQuickWindow *w : quickWindows())
+        current.append(w);
+    const QSet<QObject *> present(current.cbegin(), current.cend());
+    QVector<QPointer<QObject>> &order = topLevelOrder();
+    QObjectList result;
+    QSet<QObject *> listed;
+    for (const QPointer<QObject> &o : order) {
+        if (o && present.contains(o.data()) && !listed.contains(o.data())) {
+            result.append(o.data());
+            listed.insert(o.data());
         }
     }
-    QList<QWidget *> fresh;
-    for (QWidget *w : current) {
-        if (!listed.contains(w))
-            fresh.append(w);
+    QObjectList fresh;
+    for (QObject *o : current) {
+        if (!listed.contains(o))
+            fresh.append(o);
     }
-    // Widgets first seen together come in no order of Qt's own; sort them so that runs agree.
-    std::sort(fresh.begin(), fresh.end(), [](QWidget *a, QWidget *b) {
+    // Windows first seen together come in no order of Qt's own; sort them so that runs agree.
+    std::sort(fresh.begin(), fresh.end(), [](QObject *a, QObject *b) {
         if (a->objectName() != b->objectName())
             return a->objectName() < b->objectName();
         const int byClass = qstrcmp(a->metaObject()->className(), b->metaObject()->className());
         if (byClass != 0)
             return byClass < 0;
-        return std::less<QWidget *>()(a, b);
+        return std::less<QObject *>()(a, b);
     });
     result += fresh;
     if (!fresh.isEmpty() || result.size() != order.size()) {
         order.clear();
         order.reserve(result.size());
-        for (QWidget *w : result)
-            order.append(QPointer<QWidget>(w));
+        for (QObject *o : result)
+            order.append(QPointer<QObject>(o));
     }
     return result;
 }
 
+QList<QWidget *> topLevelWidgets()
+{
+    QList<QWidget *> widgets;
+    for (QObject *o : topLevelObjects()) {
+        if (o->isWidgetType())
+            widgets.append(static_cast<QWidget *>(o));
+    }
+    return widgets;
+}
+
 QObjectList childObjects(QObject *parent)
 {
+    if (!parent)
+        return topLevelObjects();
     QObjectList result;
-    if (!parent) {
-        const QList<QWidget *> tops = topLevelWidgets();
-        result.reserve(tops.size());
-        for (QWidget *w : tops)
-            result.append(w);
+    if (quickChildren(parent, &result))
         return result;
-    }
     const QObjectList &kids = parent->children();
     result.reserve(kids.size());
     for (QObject *kid : kids) {
-        if (!isWindowWidget(kid))
+        if (!isTopLevelObject(kid))
             result.append(kid);
     }
     return result;
@@ -581,13 +638,22 @@ QObjectList childObjects(QObject *parent)
 
 QObject *parentObject(QObject *object)
 {
-    if (!object || isWindowWidget(object))
+    if (!object || isTopLevelObject(object))
         return nullptr;
+    QObject *parent = nullptr;
+    if (quickParent(object, &parent))
+        return parent;
     return object->parent();
 }
 
 QObject *windowOf(QObject *object)
 {
+    if (QQuickItem *item = quickItem(object)) {
+        if (QObject *window = quickWindowObject(item))
+            return window;
+    }
+    if (object && object->isWindowType() && isTopLevelObject(object))
+        return object;
     QObject *top = object;
     for (QObject *p = object; p; p = p->parent()) {
         if (p->isWidgetType())
@@ -620,7 +686,7 @@ QString realName(QObject *object)
     QMap<QString, PropertyValue> props = identifyingProperties(object);
     const ObjectName name(props);
     // Windows are found again among the windows, as window references are resolved.
-    const QObjectList all = NameMatcher::findAll(name, nullptr, isWindowWidget(object));
+    const QObjectList all = NameMatcher::findAll(name, nullptr, isTopLevelObject(object));
     const int at = all.indexOf(object);
     if (at > 0) {
         props.insert(QStringLiteral("occurrence"),

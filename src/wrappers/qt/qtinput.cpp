@@ -12,6 +12,8 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QKeySequence>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QStyleHints>
 #include <QTimer>
 #include <QWidget>
@@ -71,10 +73,35 @@ QWindow *windowHandleOf(QWidget *widget)
     return window->windowHandle();
 }
 
-void sendMouse(QWidget *widget, const QPoint &pos, QEvent::Type type, Qt::MouseButton button,
+InputTarget widgetTarget(QWidget *widget)
+{
+    InputTarget target;
+    target.widget = widget;
+    target.rect = widget->rect();
+    return target;
+}
+
+bool isAlive(const InputTarget &target)
+{
+    return target.widget || target.quickItem;
+}
+
+// \p pos is in the widget's coordinates when there is one, else in the item's.
+void sendMouse(const InputTarget &target, const QPoint &pos, QEvent::Type type, Qt::MouseButton button,
                Qt::KeyboardModifiers modifiers, ulong timestamp)
 {
-    QWindow *handle = windowHandleOf(widget);
+    QWindow *handle = nullptr;
+    QPointF local, global;
+    if (QWidget *widget = target.widget.data()) {
+        handle = windowHandleOf(widget);
+        local = widget->mapTo(widget->window(), pos);
+        global = widget->mapToGlobal(pos);
+    } else if (QQuickItem *item = target.quickItem.data()) {
+        // The scene's coordinates are the window's.
+        handle = item->window();
+        local = item->mapToScene(pos);
+        global = item->mapToGlobal(pos);
+    }
     if (!handle)
         return;
     InputState &s = state();
@@ -84,8 +111,6 @@ void sendMouse(QWidget *widget, const QPoint &pos, QEvent::Type type, Qt::MouseB
     } else if (type == QEvent::MouseButtonRelease) {
         s.buttons &= ~button;
     }
-    const QPointF local = widget->mapTo(widget->window(), pos);
-    const QPointF global = widget->mapToGlobal(pos);
     QWindowSystemInterface::handleMouseEvent<Sync>(handle, timestamp, local, global, s.buttons, button, type,
                                                    modifiers | s.heldModifiers);
 }
@@ -262,16 +287,16 @@ bool parseModifiers(const QString &text, Qt::KeyboardModifiers *out, QString *er
     return true;
 }
 
-void sendKey(QWidget *widget, QEvent::Type type, const KeyStroke &k)
+void sendKey(QWindow *handle, QEvent::Type type, const KeyStroke &k)
 {
-    if (QWindow *handle = windowHandleOf(widget))
+    if (handle)
         QWindowSystemInterface::handleKeyEvent<Sync>(handle, nextTimestamp(), type, k.key,
                                                      k.modifiers | state().heldModifiers, k.text);
 }
 
-// A key as a person strikes it: modifiers down, the key down and up, modifiers up. The widget may close
-// its window on the way (Escape in a dialog): every step checks it is still there.
-void strikeKey(const QPointer<QWidget> &widget, const KeyStroke &k)
+// A key as a person strikes it: modifiers down, the key down and up, modifiers up. The window may close
+// on the way (Escape in a dialog): every step checks it is still there.
+void strikeKey(const QPointer<QWindow> &widget, const KeyStroke &k)
 {
     Qt::KeyboardModifiers held;
     for (const auto &m : kModifiers) {
@@ -317,6 +342,8 @@ QString inputTarget(const Object::Ptr &object, InputTarget *target)
     QObject *o = qobjectOf(object);
     if (auto *action = qobject_cast<QAction *>(o))
         return actionInputTarget(action, target);
+    if (QQuickItem *item = quickItem(o))
+        return quickInputTarget(item, target);
     if (!o || !o->isWidgetType())
         return QStringLiteral("objects of type %1 take no mouse input").arg(object->className());
     auto *w = static_cast<QWidget *>(o);
@@ -388,17 +415,16 @@ const char *verbOf(MouseAction action)
 
 // Steps of a drag run from timers, so that a drag-and-drop that starts its own event loop on the way
 // still gets the moves and the release that follow.
-void runDrag(QWidget *widget, const QPoint &from, const QPoint &to, Qt::MouseButton button,
+void runDrag(const InputTarget &guard, const QPoint &from, const QPoint &to, Qt::MouseButton button,
              Qt::KeyboardModifiers modifiers)
 {
     const int steps = 10;
-    QPointer<QWidget> guard(widget);
     QEventLoop loop;
     int step = 0;
     QTimer timer;
     timer.setInterval(10);
     QObject::connect(&timer, &QTimer::timeout, &loop, [&]() {
-        if (!guard) {
+        if (!isAlive(guard)) {
             loop.quit();
             return;
         }
@@ -412,8 +438,8 @@ void runDrag(QWidget *widget, const QPoint &from, const QPoint &to, Qt::MouseBut
             loop.quit();
         }
     });
-    sendMouse(widget, from, QEvent::MouseMove, Qt::NoButton, modifiers, nextTimestamp());
-    sendMouse(widget, from, QEvent::MouseButtonPress, button, modifiers, singlePressTimestamp());
+    sendMouse(guard, from, QEvent::MouseMove, Qt::NoButton, modifiers, nextTimestamp());
+    sendMouse(guard, from, QEvent::MouseButtonPress, button, modifiers, singlePressTimestamp());
     timer.start();
     loop.exec();
 }
@@ -432,42 +458,50 @@ Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
     InputTarget target;
     error = inputTarget(m.object, &target);
     QWidget *w = target.widget.data();
-    if (error.isEmpty() && !w)
+    QQuickItem *item = target.quickItem.data();
+    if (error.isEmpty() && !w && !item)
         error = QStringLiteral("the object is gone");
     if (!error.isEmpty())
         return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name(), error));
     const QPoint pos = pointIn(target, m.x, m.y);
+    // An item in a QQuickWidget is clicked in the widget; the point in the item is for the item's checks.
+    const QPointF itemPos = w && item ? item->mapFromScene(pos) : QPointF(pos);
     // Releases and moves go wherever the pointer is; what gets pressed must be there to be pressed.
     if (action == MouseAction::Release || action == MouseAction::Move) {
-        if (!w->isVisible())
-            error = QStringLiteral("the widget is hidden");
+        if (w ? !w->isVisible() : !item->isVisible())
+            error = w ? QStringLiteral("the widget is hidden") : QStringLiteral("the item is hidden");
     } else {
-        error = target.itemEnabled ? clickableAt(w, pos) : QStringLiteral("the item is disabled");
+        error = !target.itemEnabled ? QStringLiteral("the item is disabled") : w ? clickableAt(w, pos) : QString();
+        if (error.isEmpty() && item)
+            error = quickClickableAt(item, itemPos);
     }
     if (!error.isEmpty())
         return failCall(QStringLiteral("Cannot %1 '%2': %3").arg(verb, name(), error));
 
-    activateWindowOf(w);
+    if (item)
+        activateQuickWindow(item);
+    else
+        activateWindowOf(w);
     switch (action) {
     case MouseAction::Click:
     case MouseAction::DoubleClick:
-        error = clickWidget(w, pos, m.button, m.modifiers, action == MouseAction::DoubleClick);
+        error = clickTarget(target, pos, m.button, m.modifiers, action == MouseAction::DoubleClick);
         break;
     case MouseAction::Press:
-        sendMouse(w, pos, QEvent::MouseMove, Qt::NoButton, m.modifiers, nextTimestamp());
-        if (target.widget)
-            sendMouse(w, pos, QEvent::MouseButtonPress, m.button, m.modifiers, singlePressTimestamp());
+        sendMouse(target, pos, QEvent::MouseMove, Qt::NoButton, m.modifiers, nextTimestamp());
+        if (isAlive(target))
+            sendMouse(target, pos, QEvent::MouseButtonPress, m.button, m.modifiers, singlePressTimestamp());
         break;
     case MouseAction::Release:
-        sendMouse(w, pos, QEvent::MouseMove, Qt::NoButton, m.modifiers, nextTimestamp());
-        if (target.widget)
-            sendMouse(w, pos, QEvent::MouseButtonRelease, m.button, m.modifiers, nextTimestamp());
+        sendMouse(target, pos, QEvent::MouseMove, Qt::NoButton, m.modifiers, nextTimestamp());
+        if (isAlive(target))
+            sendMouse(target, pos, QEvent::MouseButtonRelease, m.button, m.modifiers, nextTimestamp());
         break;
     case MouseAction::Move:
-        sendMouse(w, pos, QEvent::MouseMove, Qt::NoButton, m.modifiers, nextTimestamp());
+        sendMouse(target, pos, QEvent::MouseMove, Qt::NoButton, m.modifiers, nextTimestamp());
         break;
     case MouseAction::Drag:
-        runDrag(w, pos, pos + QPoint(extra[0], extra[1]), m.button, m.modifiers);
+        runDrag(target, pos, pos + QPoint(extra[0], extra[1]), m.button, m.modifiers);
         break;
     }
     flushInput();
@@ -476,13 +510,22 @@ Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
     return Inspector::self()->voidObject();
 }
 
-// The widget keys go to: the object's widget, given the focus as a click would give it.
-QString keyTarget(const Object::Ptr &object, QPointer<QWidget> *out)
+// The window keys go to: that of the object's widget, given the focus as a click would give it; for a Qt
+// Quick item, its window with the focus on the item.
+QString keyTarget(const Object::Ptr &object, QPointer<QWindow> *out)
 {
     InputTarget target;
     QString error = inputTarget(object, &target);
     if (!error.isEmpty())
         return error;
+    if (QQuickItem *item = target.quickItem.data()) {
+        if (!item->isVisible())
+            return QStringLiteral("the item is hidden");
+        if (!item->isEnabled())
+            return QStringLiteral("the item is disabled");
+        *out = quickKeyWindow(item);
+        return *out ? QString() : QStringLiteral("the item is in no window");
+    }
     QWidget *w = target.widget;
     if (!w)
         return QStringLiteral("the object is gone");
@@ -497,9 +540,9 @@ QString keyTarget(const Object::Ptr &object, QPointer<QWidget> *out)
         focus = view;
     if (QApplication::focusWidget() != focus && focus->focusPolicy() != Qt::NoFocus)
         focus->setFocus(Qt::OtherFocusReason);
-    *out = QApplication::focusWidget() && QApplication::focusWidget()->window() == w->window()
-        ? QApplication::focusWidget()
-        : w;
+    *out = windowHandleOf(QApplication::focusWidget() && QApplication::focusWidget()->window() == w->window()
+                              ? QApplication::focusWidget()
+                              : w);
     return QString();
 }
 
@@ -537,14 +580,15 @@ Object::Ptr typeFunction(const ObjectList &args, const Class *)
     QString error;
     if (!parseTypedText(text, &strokes, &error))
         return failCall(QStringLiteral("Cannot type into '%1': %2").arg(name(), error));
-    QPointer<QWidget> widget;
-    error = keyTarget(object, &widget);
+    QPointer<QWindow> window;
+    error = keyTarget(object, &window);
     if (!error.isEmpty())
         return failCall(QStringLiteral("Cannot type into '%1': %2").arg(name(), error));
     for (const KeyStroke &k : strokes) {
-        // Focus moves as keys are typed (Tab): each key goes where the focus is then, in the same window.
-        QWidget *focus = QApplication::focusWidget();
-        strikeKey(focus ? QPointer<QWidget>(focus) : widget, k);
+        // Focus moves as keys are typed (Tab): each key goes where the focus is then. Qt Quick moves it
+        // within the window.
+        QWidget *focus = hasWidgets() ? QApplication::focusWidget() : nullptr;
+        strikeKey(focus && windowHandleOf(focus) ? QPointer<QWindow>(windowHandleOf(focus)) : window, k);
     }
     flushInput();
     return Inspector::self()->voidObject();
@@ -559,7 +603,7 @@ Object::Ptr keyFunction(const ObjectList &args, bool press)
     QString error;
     if (!parseKeyName(args.size() > 1 && args[1] ? args[1]->toString() : QString(), &k, &error))
         return failCall(QStringLiteral("Cannot %1 a key on '%2': %3").arg(verb, name(), error));
-    QPointer<QWidget> widget;
+    QPointer<QWindow> widget;
     error = keyTarget(object, &widget);
     if (!error.isEmpty())
         return failCall(QStringLiteral("Cannot %1 a key on '%2': %3").arg(verb, name(), error));
@@ -662,25 +706,32 @@ QString clickableAt(QWidget *widget, const QPoint &pos)
 
 void moveMouse(QWidget *widget, const QPoint &pos)
 {
-    sendMouse(widget, pos, QEvent::MouseMove, Qt::NoButton, Qt::NoModifier, nextTimestamp());
+    sendMouse(widgetTarget(widget), pos, QEvent::MouseMove, Qt::NoButton, Qt::NoModifier, nextTimestamp());
 }
 
 QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
                     bool doubleClick)
 {
-    // The click may close the window (and delete the widget) half-way.
-    QPointer<QWidget> guard(widget);
-    sendMouse(widget, pos, QEvent::MouseMove, Qt::NoButton, modifiers, nextTimestamp());
-    if (guard)
+    return clickTarget(widgetTarget(widget), pos, button, modifiers, doubleClick);
+}
+
+QString clickTarget(const InputTarget &target, const QPoint &pos, Qt::MouseButton button,
+                    Qt::KeyboardModifiers modifiers, bool doubleClick)
+{
+    // The click may close the window (and delete the widget or item) half-way; the target's pointers are
+    // guarded.
+    const InputTarget &guard = target;
+    sendMouse(guard, pos, QEvent::MouseMove, Qt::NoButton, modifiers, nextTimestamp());
+    if (isAlive(guard))
         sendMouse(guard, pos, QEvent::MouseButtonPress, button, modifiers, singlePressTimestamp());
-    if (guard)
+    if (isAlive(guard))
         sendMouse(guard, pos, QEvent::MouseButtonRelease, button, modifiers, nextTimestamp());
     if (doubleClick) {
-        if (!guard)
-            return QStringLiteral("the widget went away after the first click");
+        if (!isAlive(guard))
+            return QStringLiteral("the object went away after the first click");
         // Within the double-click interval and at the same place: Qt makes the second press a double-click.
         sendMouse(guard, pos, QEvent::MouseButtonPress, button, modifiers, nextTimestamp());
-        if (guard)
+        if (isAlive(guard))
             sendMouse(guard, pos, QEvent::MouseButtonRelease, button, modifiers, nextTimestamp());
     }
     return QString();

@@ -14,6 +14,9 @@
 #include <QTouchEvent>
 #include <QKeySequence>
 #include <QMouseEvent>
+#include <QQuickItem>
+#include <QQuickWidget>
+#include <QQuickWindow>
 #include <QWidget>
 
 namespace Vexil {
@@ -55,13 +58,35 @@ void record(const QString &eventName, QObject *object, const std::vector<EventDa
     record(eventName, recordedName(object), args);
 }
 
-// The text the user edits in a widget: its user property, when that is a writable text.
-QMetaProperty editedText(QWidget *widget)
+// The text the user edits in a widget: its user property, when that is a writable text; in a Qt Quick text
+// field, its text.
+QMetaProperty editedText(QObject *object)
 {
-    const QMetaProperty p = widget->metaObject()->userProperty();
+    const QMetaObject *mo = object->metaObject();
+    QMetaProperty p = mo->userProperty();
+    if (QQuickItem *item = quickItem(object)) {
+        const int index = mo->indexOfProperty("text");
+        p = (item->flags() & QQuickItem::ItemAcceptsInputMethod) && index >= 0 ? mo->property(index) : QMetaProperty();
+    }
     if (p.isValid() && p.isReadable() && p.isWritable() && p.userType() == QMetaType::QString)
         return p;
     return QMetaProperty();
+}
+
+// Clicks on an item that has no name or text of its own (the mouse area of a button) are recorded on the
+// nearest item around it that has one, so that the record reads as a person sees it.
+QObject *namedClickTarget(QQuickItem *item, QPointF *pos)
+{
+    for (QQuickItem *p = item; p; p = p->parentItem()) {
+        if (p->window() && p == p->window()->contentItem())
+            break;
+        const QVariant text = p->property("text");
+        if (!p->objectName().isEmpty() || (text.userType() == QMetaType::QString && !text.toString().isEmpty())) {
+            *pos = item->mapToItem(p, *pos);
+            return p;
+        }
+    }
+    return item;
 }
 
 bool isModifierKey(int key)
@@ -94,15 +119,19 @@ bool Recorder::eventFilter(QObject *watched, QEvent *event)
         && type != QEvent::TouchUpdate && type != QEvent::TouchEnd)
         return false;
     // Nobody records, or a record is being delivered and its receiver stirred the application.
-    if (!Inspector::self()->eventNotifyDelegate() || m_busy || !watched->isWidgetType())
+    if (!Inspector::self()->eventNotifyDelegate() || m_busy || !(watched->isWidgetType() || quickItem(watched)))
+        return false;
+    // A QQuickWidget passes its input on to its items, which are recorded.
+    if (qobject_cast<QQuickWidget *>(watched))
         return false;
     m_busy = true;
-    auto *widget = static_cast<QWidget *>(watched);
+    QObject *widget = watched;
     // Menus are recorded as the items they activate, not as the clicks and keys that open and walk them.
-    const bool inMenu = qobject_cast<QMenu *>(widget) || qobject_cast<QMenuBar *>(widget);
+    auto *menu = qobject_cast<QMenu *>(widget);
+    const bool inMenu = menu || qobject_cast<QMenuBar *>(widget);
     if (inMenu && (type == QEvent::MouseButtonRelease || type == QEvent::KeyPress)) {
-        if (!isRepeat(event))
-            recordMenuActivation(widget, event);
+        if (!isRepeat(event) && menu)
+            recordMenuActivation(menu, event);
         m_pressed = nullptr;
         m_busy = false;
         return false;
@@ -164,15 +193,23 @@ bool Recorder::isRepeat(QEvent *event)
     return repeat;
 }
 
-void Recorder::recordClick(QWidget *widget, QEvent *event)
+void Recorder::recordClick(QObject *widget, QEvent *event)
 {
     const auto *mouse = static_cast<QMouseEvent *>(event);
     const std::vector<EventDataArg> where = {
         intArgument(QStringLiteral("button"), int(mouse->button()), qtEnum("MouseButtons")),
         intArgument(QStringLiteral("modifiers"), int(mouse->modifiers()), qtEnum("KeyboardModifiers"))
     };
+    if (QQuickItem *item = quickItem(widget)) {
+        QPointF at = mouse->localPos();
+        QObject *target = namedClickTarget(item, &at);
+        record(QStringLiteral("mouseClick"), target,
+               { intArgument(QStringLiteral("x"), qRound(at.x())), intArgument(QStringLiteral("y"), qRound(at.y())),
+                 where[0], where[1] });
+        return;
+    }
     // A click on an item names the item, at a place relative to it.
-    if (QAbstractItemView *view = viewOfViewport(widget)) {
+    if (QAbstractItemView *view = viewOfViewport(static_cast<QWidget *>(widget))) {
         const QModelIndex index = view->indexAt(mouse->pos());
         if (index.isValid()) {
             const QPoint at = mouse->pos() - view->visualRect(index).topLeft();
@@ -210,7 +247,7 @@ bool Recorder::recordMenuActivation(QWidget *widget, QEvent *event)
     return true;
 }
 
-void Recorder::recordTouch(QWidget *widget, QEvent *event)
+void Recorder::recordTouch(QObject *widget, QEvent *event)
 {
     const auto *touch = static_cast<QTouchEvent *>(event);
     // An event a widget leaves goes on to its parents with the same time stamp; the last to get it took it.
@@ -244,15 +281,17 @@ void Recorder::recordTouch(QWidget *widget, QEvent *event)
     TouchBuilder builder;
     MultiTouchInfo &gesture = builder.gestures().front();
     gesture.unit = MultiTouchInfo::Pixel;
-    gesture.areaWidth = float(widget->width());
-    gesture.areaHeight = float(widget->height());
+    const QSizeF size = widget->isWidgetType() ? QSizeF(static_cast<QWidget *>(widget)->size())
+                                               : QSizeF(quickItem(widget)->width(), quickItem(widget)->height());
+    gesture.areaWidth = float(size.width());
+    gesture.areaHeight = float(size.height());
     gesture.samples = m_touchSamples;
     m_touchSamples.clear();
     record(QStringLiteral("replayGesture"), widget,
            { textArgument(QStringLiteral("gesture"), QString::fromStdString(builder.toXml())) });
 }
 
-void Recorder::recordKey(QWidget *widget, QEvent *event)
+void Recorder::recordKey(QObject *widget, QEvent *event)
 {
     const auto *key = static_cast<QKeyEvent *>(event);
     if (isModifierKey(key->key()))
@@ -268,7 +307,7 @@ void Recorder::recordKey(QWidget *widget, QEvent *event)
              intArgument(QStringLiteral("modifiers"), int(key->modifiers()), qtEnum("KeyboardModifiers")) });
 }
 
-void Recorder::watchText(QWidget *widget)
+void Recorder::watchText(QObject *widget)
 {
     const QMetaProperty p = editedText(widget);
     if (!p.isValid())
@@ -281,7 +320,7 @@ void Recorder::watchText(QWidget *widget)
 
 void Recorder::flushText()
 {
-    QWidget *widget = m_textWidget.data();
+    QObject *widget = m_textWidget.data();
     m_textWidget = nullptr;
     if (!widget)
         return;

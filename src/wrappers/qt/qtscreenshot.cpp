@@ -9,6 +9,8 @@
 #include <QBuffer>
 #include <QFile>
 #include <QPixmap>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QWidget>
 
 namespace Vexil {
@@ -16,13 +18,20 @@ namespace QtWrapper {
 
 namespace {
 
-QWidget *defaultWindow()
+// The active window, else the first shown: a widget or a Qt Quick window.
+QObject *defaultWindow()
 {
-    if (QWidget *active = QApplication::activeWindow())
-        return active;
-    for (QWidget *w : topLevelWidgets()) {
-        if (w->isVisible())
-            return w;
+    if (hasWidgets()) {
+        if (QWidget *active = QApplication::activeWindow())
+            return active;
+    }
+    for (QObject *o : topLevelObjects()) {
+        if (o == QGuiApplication::focusWindow())
+            return o;
+    }
+    for (QObject *o : topLevelObjects()) {
+        if (o->isWidgetType() ? static_cast<QWidget *>(o)->isVisible() : static_cast<QWindow *>(o)->isVisible())
+            return o;
     }
     return nullptr;
 }
@@ -48,13 +57,16 @@ QByteArray screenshotPng(QObject *objectOrNull, QString *error)
 {
     QWidget *widget = nullptr;
     if (!objectOrNull) {
-        widget = defaultWindow();
-        if (!widget) {
+        objectOrNull = defaultWindow();
+        if (!objectOrNull) {
             if (error)
                 *error = QStringLiteral("no window is shown");
             return QByteArray();
         }
-    } else if (objectOrNull->isWidgetType()) {
+    }
+    if (quickItem(objectOrNull) || qobject_cast<QQuickWindow *>(objectOrNull))
+        return quickScreenshotPng(objectOrNull, error);
+    if (objectOrNull->isWidgetType()) {
         widget = static_cast<QWidget *>(objectOrNull);
     }
     if (!widget) {

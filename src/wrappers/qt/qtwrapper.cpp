@@ -5,6 +5,7 @@
 #include "inspector.h"
 
 #include <QApplication>
+#include <QGuiApplication>
 #include <QWidget>
 
 #include <cstdio>
@@ -115,8 +116,10 @@ bool isInstalled()
 
 bool install()
 {
-    if (!qobject_cast<QApplication *>(QCoreApplication::instance())) {
-        std::fprintf(stderr, "QtWrapper::install: create the QApplication first\n");
+    // Qt Quick programs may have a QGuiApplication only: then there are no widgets, and the widget code
+    // (top-level widgets, the active window, focus widgets) is never reached.
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        std::fprintf(stderr, "QtWrapper::install: create the QApplication or QGuiApplication first\n");
         return false;
     }
     // The recorder lives with the application; a new application gets a new one.

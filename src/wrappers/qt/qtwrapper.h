@@ -1,4 +1,4 @@
-// qtwrapper.h: Qt Widgets applications seen through the object model: classes from the meta-object system,
+// qtwrapper.h: Qt Widgets and Qt Quick applications seen through the object model: classes from the meta-object system,
 // one wrapper object per live QObject, hierarchy and window delegates and the input recorder.
 #ifndef VEXIL_QTWRAPPER_H
 #define VEXIL_QTWRAPPER_H
@@ -21,8 +21,9 @@ namespace Vexil {
 namespace QtWrapper {
 
 /// Registers the hierarchy delegates ("QObject" and the top-level "Vexil::ToplevelQt"), the window delegate for
-/// "QWidget", the global window functions and the input recorder. Call it once the QApplication exists and
-/// before the first lookup; later calls do nothing. False (with a message on stderr) without a QApplication.
+/// "QWidget", the global window functions and the input recorder. Call it once the QApplication (or, for a
+/// Qt Quick program without widgets, the QGuiApplication) exists and before the first lookup; later calls do
+/// nothing. False (with a message on stderr) without either.
 VEXIL_QTWRAPPER_EXPORT bool install();
 VEXIL_QTWRAPPER_EXPORT bool isInstalled();
 
@@ -37,7 +38,8 @@ VEXIL_QTWRAPPER_EXPORT Object::Ptr wrapQObject(QObject *object);
 /// that does not wrap a QObject.
 VEXIL_QTWRAPPER_EXPORT QObject *qobjectOf(const Object::Ptr &object);
 
-/// The application's top-level widgets in the order the model shows them: the order in which they were first
+/// The application's top-level widgets in the order the model shows them (Qt Quick windows, which the model
+/// lists among them, left out): the order in which they were first
 /// seen, widgets seen together sorted by object name and class name.
 VEXIL_QTWRAPPER_EXPORT QList<QWidget *> topLevelWidgets();
 /// The dotted path of object names from the object's top-level window down to it, "." in names as "\.".

@@ -25,7 +25,10 @@ QT_BEGIN_NAMESPACE
 class QAbstractItemView;
 class QAction;
 class QComboBox;
+class QQuickItem;
+class QQuickWindow;
 class QWidget;
+class QWindow;
 QT_END_NAMESPACE
 
 namespace Vexil {
@@ -38,14 +41,15 @@ enum class ValueKind {
     Bool,
     Double,
     Int64,
-    String,     // the char class in pointer form
+    String,     // the char class in pointer form; colours and URLs as their texts too
     StringList, // an array of texts
     Rect,       // ScreenRectangle
     Point,      // ScreenPoint
     DateTime,   // DateTime with a time
     Date,       // DateTime without a time
     Enum,       // int with the enum attached
-    QObjectPtr  // the wrapper of the object
+    QObjectPtr, // the wrapper of the object
+    Variant     // QVariant (QML's var and the parameters of QML functions): the model value of what it holds
 };
 
 /// A Qt type as the model sees it: the kind, the meta type, the class of an object type, the enum of an enum.
@@ -121,13 +125,21 @@ private:
 const QtClass *qtClass(const Class *cls);
 
 /// The children the model shows for \p parent: its QObject children except windows, which are top-level
-/// objects of their own. A null parent gives the top-level widgets.
+/// objects of their own; for Qt Quick objects the visual item tree. A null parent gives the top-level
+/// objects.
 QObjectList childObjects(QObject *parent);
-/// The model's parent: null for a window, else the QObject parent.
+/// The model's parent: null for a window, the parent item (or window) for a Qt Quick item, else the QObject
+/// parent.
 QObject *parentObject(QObject *object);
-/// The window an object belongs to: a widget's window, else that of its nearest widget ancestor, else its
-/// topmost ancestor.
+/// The window an object belongs to: a widget's window, an item's QQuickWindow (or the window of the
+/// QQuickWidget that shows it), else that of its nearest widget ancestor, else its topmost ancestor.
 QObject *windowOf(QObject *object);
+/// Whether the model lists \p object among the top-level objects: a window widget or a QQuickWindow.
+bool isTopLevelObject(const QObject *object);
+/// The top-level objects in the model's order: top-level widgets and Qt Quick windows.
+QObjectList topLevelObjects();
+/// Whether widgets can exist here at all: the application object is a QApplication.
+bool hasWidgets();
 /// The object's name with "\" and "." escaped as in dotted paths.
 QString escapeName(const QString &name);
 
@@ -201,7 +213,7 @@ public:
     FunctionCallResult<ScreenRectangle> windowGeometry(Object::Ptr window) const override;
 };
 
-/// Turns clicks, key presses and text changes on widgets into records for the Inspector's notify delegate.
+/// Turns clicks, key presses and text changes on widgets and Qt Quick items into records for the Inspector's notify delegate.
 class Recorder : public QObject
 {
     Q_OBJECT
@@ -213,24 +225,24 @@ public:
 
 private:
     bool isRepeat(QEvent *event);
-    void watchText(QWidget *widget);
+    void watchText(QObject *object);
     void flushText();
-    void recordClick(QWidget *widget, QEvent *event);
-    void recordKey(QWidget *widget, QEvent *event);
+    void recordClick(QObject *object, QEvent *event);
+    void recordKey(QObject *object, QEvent *event);
     /// A click or Return on an item of a menu; true when the event was one.
     bool recordMenuActivation(QWidget *widget, QEvent *event);
-    void recordTouch(QWidget *widget, QEvent *event);
+    void recordTouch(QObject *object, QEvent *event);
 
     // The previous input event seen, to skip the copies that propagate to parent widgets.
     int m_lastType = 0;
     ulong m_lastTimestamp = 0;
     int m_lastDetail = 0;
     bool m_busy = false;
-    QPointer<QWidget> m_pressed;
-    QPointer<QWidget> m_textWidget;
+    QPointer<QObject> m_pressed;
+    QPointer<QObject> m_textWidget;
     QString m_textBefore;
     // The touch gesture going on: the widget that takes it, the first event's time and the samples.
-    QPointer<QWidget> m_touchWidget;
+    QPointer<QObject> m_touchWidget;
     ulong m_touchStart = 0;
     ulong m_lastTouchTimestamp = 0;
     std::vector<TouchSample> m_touchSamples;
@@ -239,12 +251,14 @@ private:
 // ---------------------------------------------------------------------------------------------------------
 // Input (qtinput.cpp)
 
-/// Where a mouse function acts: the widget that receives the events and the object's rectangle in it.
+/// Where a mouse function acts: the widget that receives the events and the object's rectangle in it. For
+/// a Qt Quick item in a window of its own, no widget: the item, and its own rectangle.
 struct InputTarget
 {
     QPointer<QWidget> widget;
     QRect rect;
     bool itemEnabled = true;    // false for an item whose model disables it
+    QPointer<QQuickItem> quickItem;
 };
 
 /// The name error texts give an object: its symbolic name when the object map has one.
@@ -257,6 +271,9 @@ void flushInput();
 /// double-click, with \p doubleClick). Returns the explanation when the point cannot be clicked.
 QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
                     bool doubleClick = false);
+/// The same for any target: \p pos in the widget's coordinates, or in the item's for an item in its own window.
+QString clickTarget(const InputTarget &target, const QPoint &pos, Qt::MouseButton button,
+                    Qt::KeyboardModifiers modifiers, bool doubleClick = false);
 void moveMouse(QWidget *widget, const QPoint &pos);
 /// Whether a person could click \p widget at \p pos: shown, enabled, not blocked by a modal dialog and not
 /// covered there by another widget. The reason when not, else empty.
@@ -317,7 +334,44 @@ QByteArray screenshotPng(QWidget *widget, const QRect &rect, QString *error);
 void registerScreenshotFunctions();
 void registerGestureFunctions();
 
-/// The name a record gives an object: its symbolic name in the current object map (created when new), or
+// ---------------------------------------------------------------------------------------------------------
+// Qt Quick (qtquick.cpp)
+
+/// The item behind \p object, or null.
+QQuickItem *quickItem(QObject *object);
+/// Qt Quick windows that are windows of their own, not the hidden ones behind QQuickWidgets.
+QList<QQuickWindow *> quickWindows();
+/// The model children of a Qt Quick window, item or QQuickWidget; false for other objects.
+bool quickChildren(QObject *parent, QObjectList *out);
+/// Whether \p object may have children that QObject::children() does not list.
+bool isQuickNode(QObject *object);
+/// The model parent of an item; false for objects that are no items.
+bool quickParent(QObject *object, QObject **out);
+/// The top-level object that shows an item: its QQuickWindow or the window of its QQuickWidget.
+QObject *quickWindowObject(QQuickItem *item);
+/// The QML type name of a meta-object: the component's name for types declared in QML files, the registered
+/// name for Qt Quick's own types ("Rectangle" for QQuickRectangle); empty where there is none.
+QString qmlTypeName(const QMetaObject *metaObject);
+/// Whether a type name (pattern) matches \p metaObject: its class name, its QML type name or, for types made
+/// by QML, the name of the C++ class they extend.
+bool typeNameMatches(const QMetaObject *metaObject, const PropertyValue &value);
+/// The name a record gives the object's type: the QML type name where there is one, else the class name.
+QString shownTypeName(const QObject *object);
+/// The QML ids an object has in the documents that declare it, outermost first.
+QStringList qmlIds(QObject *object);
+/// Fills \p target for a click on \p item: the QQuickWidget and the item's rectangle in it, or the item in
+/// its own window. The reason when it cannot be clicked at all.
+QString quickInputTarget(QQuickItem *item, InputTarget *target);
+/// Whether a person could click \p item at \p pos (item coordinates); the reason when not.
+QString quickClickableAt(QQuickItem *item, const QPointF &pos);
+/// Makes the item's window the active one, as a click would.
+void activateQuickWindow(QQuickItem *item);
+/// Gives the item (or the text field in it) the keyboard focus; the window keys go to.
+QWindow *quickKeyWindow(QQuickItem *item);
+/// A PNG of a Qt Quick item or window, through the window's grab.
+QByteArray quickScreenshotPng(QObject *object, QString *error);
+
+/// The name a record gives: its symbolic name in the current object map (created when new), or
 /// its real name without a map.
 QString recordedName(QObject *object);
 
