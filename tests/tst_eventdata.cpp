@@ -700,8 +700,9 @@ TEST_P(EventDataStreamKinds, RecordsReadBackInTurn)
         fullRecord().arguments[1].writeObject(out);
         out << qint32(42);
     }
-    if (GetParam() != StreamKind::LittleEndian)
+    if (GetParam() != StreamKind::LittleEndian) {
         EXPECT_TRUE(bytes.startsWith(hex(kFullRecordHex)));
+    }
 
     SequentialDevice sequential(bytes);
     QDataStream in(bytes);
