@@ -4,6 +4,7 @@
 #include "inspector.h"
 #include "object.h"
 
+#include <QIODevice>
 #include <QDataStream>
 #include <QTime>
 
@@ -657,6 +658,82 @@ TEST(EventDataStream, EveryFieldInOrder)
     EXPECT_EQ(read.extraValue, 5);
     EXPECT_EQ(bytesOf(read), unknown);
 }
+
+// Records are read straight from a buffer's memory when they can be; every other device or byte order takes
+// QDataStream field by field. Both must agree, and leave the stream just past the record.
+enum class StreamKind { Memory, SequentialDevice, LittleEndian };
+
+class SequentialDevice : public QIODevice
+{
+public:
+    explicit SequentialDevice(const QByteArray &data) : m_data(data) { open(QIODevice::ReadOnly); }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char *data, qint64 max) override
+    {
+        const qint64 n = qMin(max, qint64(m_data.size()) - m_at);
+        memcpy(data, m_data.constData() + m_at, size_t(n));
+        m_at += n;
+        return n;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    QByteArray m_data;
+    qint64 m_at = 0;
+};
+
+class EventDataStreamKinds : public ::testing::TestWithParam<StreamKind>
+{
+};
+
+TEST_P(EventDataStreamKinds, RecordsReadBackInTurn)
+{
+    const QDataStream::ByteOrder order =
+        GetParam() == StreamKind::LittleEndian ? QDataStream::LittleEndian : QDataStream::BigEndian;
+    QByteArray bytes;
+    {
+        QDataStream out(&bytes, QIODevice::WriteOnly);
+        out.setByteOrder(order);
+        fullRecord().writeObject(out);
+        fullRecord().arguments[1].writeObject(out);
+        out << qint32(42);
+    }
+    if (GetParam() != StreamKind::LittleEndian) {
+        EXPECT_TRUE(bytes.startsWith(hex(kFullRecordHex)));
+    }
+
+    SequentialDevice sequential(bytes);
+    QDataStream in(bytes);
+    if (GetParam() == StreamKind::SequentialDevice)
+        in.setDevice(&sequential);
+    in.setByteOrder(order);
+    EventData rec;
+    EventDataArg arg;
+    qint32 marker = 0;
+    rec.readObject(in);
+    arg.readObject(in);
+    in >> marker;
+    ASSERT_EQ(in.status(), QDataStream::Ok);
+    EXPECT_EQ(marker, 42);
+    EXPECT_EQ(bytesOf(rec), hex(kFullRecordHex));
+    EXPECT_EQ(bytesOf(arg), bytesOf(fullRecord().arguments[1]));
+}
+
+INSTANTIATE_TEST_SUITE_P(, EventDataStreamKinds,
+                         ::testing::Values(StreamKind::Memory, StreamKind::SequentialDevice,
+                                           StreamKind::LittleEndian),
+                         [](const ::testing::TestParamInfo<StreamKind> &info) {
+                             switch (info.param) {
+                             case StreamKind::Memory:
+                                 return "Memory";
+                             case StreamKind::SequentialDevice:
+                                 return "SequentialDevice";
+                             default:
+                                 return "LittleEndian";
+                             }
+                         });
 
 // Bad streams
 

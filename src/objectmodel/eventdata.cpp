@@ -4,9 +4,12 @@
 #include "diagnostics.h"
 #include "inspector.h"
 
+#include <QBuffer>
 #include <QByteArray>
 #include <QDataStream>
 #include <QDateTime>
+#include <QVarLengthArray>
+#include <QtEndian>
 
 #include <atomic>
 #include <cstdio>
@@ -131,6 +134,190 @@ bool readArgument(QDataStream &stream, EventDataArg &arg, int depth)
         return true;
     arg = EventDataArg();
     return false;
+}
+
+// QDataStream costs a virtual device call per field, several times what the record itself costs. Streams of
+// the usual kind (big-endian, Qt 4 form or later, over a QBuffer) are therefore read from the buffer's memory
+// and written as one block. Anything else, and any record the memory reader does not accept whole, goes
+// through QDataStream field by field, which stays the reference for the form and for every error.
+bool usualForm(const QDataStream &stream)
+{
+    return stream.status() == QDataStream::Ok && stream.byteOrder() == QDataStream::BigEndian
+        && stream.version() >= QDataStream::Qt_4_0;
+}
+
+class MemoryWriter
+{
+public:
+    void u32(quint32 v)
+    {
+        const int at = m_bytes.size();
+        m_bytes.resize(at + 4);
+        qToBigEndian(v, m_bytes.data() + at);
+    }
+    void text(const QString &s)
+    {
+        if (s.isNull()) {
+            u32(0xffffffffu);
+            return;
+        }
+        const int n = s.size();
+        u32(quint32(n) * 2);
+        const int at = m_bytes.size();
+        m_bytes.resize(at + 2 * n);
+        qToBigEndian<quint16>(s.utf16(), n, m_bytes.data() + at);
+    }
+    void texts(const QStringList &list)
+    {
+        u32(quint32(list.size()));
+        for (const QString &s : list)
+            text(s);
+    }
+    void argument(const EventDataArg &arg)
+    {
+        text(arg.name);
+        u32(quint32(arg.classId));
+        u32(quint32(arg.kind));
+        switch (arg.kind) {
+        case EventDataArg::PlainValue:
+            text(arg.value);
+            u32(quint32(arg.typeId));
+            break;
+        case EventDataArg::ObjectValue:
+            u32(arg.args().size());
+            for (const EventDataArg &sub : arg.args())
+                argument(sub);
+            break;
+        case EventDataArg::EnumValue:
+            text(arg.enumName);
+            text(arg.value);
+            texts(arg.keys);
+            break;
+        default:
+            break;
+        }
+    }
+    void flush(QDataStream &stream) { stream.writeRawData(m_bytes.constData(), m_bytes.size()); }
+
+private:
+    QVarLengthArray<char, 1024> m_bytes;
+};
+
+// Every read fails on a short or unusual input without touching the stream; the caller then starts over
+// through QDataStream, which reports it.
+class MemoryReader
+{
+public:
+    MemoryReader(const char *begin, const char *end) : m_begin(begin), m_at(begin), m_end(end) { }
+
+    qint64 consumed() const { return m_at - m_begin; }
+
+    bool u32(quint32 &v)
+    {
+        if (m_end - m_at < 4)
+            return false;
+        v = qFromBigEndian<quint32>(m_at);
+        m_at += 4;
+        return true;
+    }
+    bool i32(qint32 &v)
+    {
+        quint32 u;
+        if (!u32(u))
+            return false;
+        v = qint32(u);
+        return true;
+    }
+    bool text(QString &s)
+    {
+        quint32 bytes;
+        if (!u32(bytes))
+            return false;
+        if (bytes == 0xffffffffu) {
+            s = QString();
+            return true;
+        }
+        if ((bytes & 1) || quint64(m_end - m_at) < bytes)
+            return false;
+        if (bytes == 0) {
+            s = QLatin1String(""); // empty, not null, as QDataStream reads it
+            return true;
+        }
+        const int n = int(bytes / 2);
+        s = QString(n, Qt::Uninitialized);
+        qFromBigEndian<quint16>(m_at, n, s.data());
+        m_at += bytes;
+        return true;
+    }
+    bool texts(QStringList &list)
+    {
+        quint32 n;
+        // Each text takes at least its 4-byte length, which bounds what a corrupt count can reserve.
+        if (!u32(n) || quint64(n) * 4 > quint64(m_end - m_at))
+            return false;
+        list.clear();
+        list.reserve(int(n));
+        for (quint32 i = 0; i < n; ++i) {
+            QString s;
+            if (!text(s))
+                return false;
+            list.append(std::move(s));
+        }
+        return true;
+    }
+    bool arguments(FVector<EventDataArg> &out, int depth)
+    {
+        qint32 count;
+        // An argument takes at least 12 bytes (name, class, kind).
+        if (!i32(count) || count < 0 || quint64(count) * 12 > quint64(m_end - m_at))
+            return false;
+        FVector<EventDataArg> result(static_cast<unsigned>(count));
+        for (EventDataArg &arg : result) {
+            if (!argument(arg, depth))
+                return false;
+        }
+        out = std::move(result);
+        return true;
+    }
+    bool argument(EventDataArg &arg, int depth)
+    {
+        if (!text(arg.name) || !i32(arg.classId) || !i32(arg.kind))
+            return false;
+        switch (arg.kind) {
+        case EventDataArg::PlainValue:
+            return text(arg.value) && i32(arg.typeId);
+        case EventDataArg::ObjectValue:
+            return depth < EventDataArg::maxStreamDepth && arguments(arg.args(), depth + 1);
+        case EventDataArg::EnumValue:
+            return text(arg.enumName) && text(arg.value) && texts(arg.keys);
+        default:
+            return true;
+        }
+    }
+
+private:
+    const char *m_begin;
+    const char *m_at;
+    const char *m_end;
+};
+
+// Runs \p read over the unread bytes of the stream's buffer and moves the stream past what it took. False,
+// with the stream untouched, when the stream is not of the usual kind or \p read fails.
+template <class Read>
+bool readFromMemory(QDataStream &stream, Read read)
+{
+    auto *buffer = qobject_cast<QBuffer *>(stream.device());
+    if (!buffer || !usualForm(stream) || buffer->isSequential() || !buffer->isReadable()
+        || (buffer->openMode() & QIODevice::Text))
+        return false;
+    const QByteArray &data = buffer->data();
+    const qint64 pos = buffer->pos();
+    if (pos < 0 || pos > data.size())
+        return false;
+    MemoryReader reader(data.constData() + pos, data.constData() + data.size());
+    if (!read(reader))
+        return false;
+    return buffer->seek(pos + reader.consumed());
 }
 
 // Builds the detached argument tree of one value. The budget of expanded sub-arguments is shared by the whole
@@ -361,6 +548,12 @@ void EventDataArg::setArguments(const FVector<EventDataArg> &args)
 
 void EventDataArg::writeObject(QDataStream &stream) const
 {
+    if (usualForm(stream)) {
+        MemoryWriter writer;
+        writer.argument(*this);
+        writer.flush(stream);
+        return;
+    }
     stream << name << qint32(classId) << qint32(kind);
     switch (kind) {
     case PlainValue:
@@ -381,7 +574,9 @@ void EventDataArg::writeObject(QDataStream &stream) const
 
 void EventDataArg::readObject(QDataStream &stream)
 {
-    readArgument(stream, *this, 0);
+    *this = EventDataArg();
+    if (!readFromMemory(stream, [this](MemoryReader &reader) { return reader.argument(*this, 0); }))
+        readArgument(stream, *this, 0);
 }
 
 // EventData
@@ -527,6 +722,26 @@ std::string EventData::toDebugString() const
 
 void EventData::writeObject(QDataStream &stream) const
 {
+    // A time of day outside one day (only a hand-set QTime holds one) keeps QDataStream's own form.
+    if (usualForm(stream) && (timeStamp.isNull() || timeStamp.isValid())) {
+        MemoryWriter writer;
+        writer.u32(quint32(type));
+        if (type == MethodType || type == FunctionType)
+            writer.text(methodName);
+        else if (type == EventType)
+            writer.text(eventName);
+        writer.text(objectId);
+        writer.u32(timeStamp.isNull() ? 0xffffffffu : quint32(timeStamp.msecsSinceStartOfDay()));
+        writer.text(extraText);
+        writer.texts(argumentTexts);
+        writer.u32(arguments.size());
+        for (const EventDataArg &arg : arguments)
+            writer.argument(arg);
+        writer.u32(quint32(extraValue));
+        writer.text(itemText);
+        writer.flush(stream);
+        return;
+    }
     stream << qint32(type);
     switch (type) {
     case MethodType:
@@ -548,6 +763,28 @@ void EventData::writeObject(QDataStream &stream) const
 
 void EventData::readObject(QDataStream &stream)
 {
+    resetStreamedFields(*this);
+    const bool fromMemory = readFromMemory(stream, [this](MemoryReader &reader) {
+        quint32 msecs;
+        if (!reader.i32(type))
+            return false;
+        if (type == MethodType || type == FunctionType) {
+            if (!reader.text(methodName))
+                return false;
+        } else if (type == EventType) {
+            if (!reader.text(eventName))
+                return false;
+        }
+        if (!reader.text(objectId) || !reader.u32(msecs) || !reader.text(extraText))
+            return false;
+        timeStamp = QTime::fromMSecsSinceStartOfDay(int(msecs));
+        if (!timeStamp.isNull() && !timeStamp.isValid())
+            return false;
+        return reader.texts(argumentTexts) && reader.arguments(arguments, 0) && reader.i32(extraValue)
+            && reader.text(itemText);
+    });
+    if (fromMemory)
+        return;
     resetStreamedFields(*this);
     if (!readRecordFields(stream, *this))
         resetStreamedFields(*this);

@@ -2,6 +2,7 @@
 #include "objectmap.h"
 
 #include "diagnostics.h"
+#include "objectname_p.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -101,17 +102,6 @@ QString getIdentifyingProperty(const ObjectMap &map, const QMap<QString, Propert
 }
 
 // Equal for every pair of names that ObjectName::operator== finds equal by properties.
-uint propertyHash(const QMap<QString, PropertyValue> &props)
-{
-    uint h = 0x9e3779b9u ^ uint(props.size());
-    for (auto it = props.cbegin(); it != props.cend(); ++it) {
-        h = h * 31u + qHash(it.key());
-        h = h * 31u + uint(it->modifiers());
-        h = h * 31u + qHash(it->value());
-    }
-    return h;
-}
-
 QString withoutFormatCharacters(const QString &text)
 {
     QString out;
@@ -269,10 +259,9 @@ void ObjectMap::invalidateIndex()
 void ObjectMap::indexKey(RealIterator key) const
 {
     m_textIndex.insert(key.key().qualifiedName(), key);
-    // Parse a copy: caching the properties of every key would multiply the map's memory.
-    const ObjectName name(key.key());
-    if (name.isMultiProperty())
-        m_propertyIndex.insert(propertyHash(name.properties()), key);
+    uint h = 0;
+    if (propertyHash(key.key(), &h))
+        m_propertyIndex.insert(h, key);
 }
 
 void ObjectMap::ensureIndex() const
@@ -295,9 +284,9 @@ ObjectMap::RealIterator ObjectMap::findStored(const ObjectName &probe) const
     ensureIndex();
     const RealIterator end = m_realToSymbolic.cend();
     RealIterator best = m_textIndex.value(probe.qualifiedName(), end);
-    if (!probe.isMultiProperty())
+    uint h = 0;
+    if (!propertyHash(probe, &h))
         return best;
-    const uint h = propertyHash(probe.properties());
     for (auto it = m_propertyIndex.constFind(h); it != m_propertyIndex.cend() && it.key() == h; ++it) {
         const RealIterator candidate = it.value();
         if (best != end && !(candidate.key() < best.key()))

@@ -2,6 +2,9 @@
 #include "objectname.h"
 
 #include "objectmap.h"
+#include "objectname_p.h"
+
+#include <QVarLengthArray>
 
 namespace Vexil {
 
@@ -129,11 +132,99 @@ void setParseError(ParsePlace &place, const QString &name, unsigned int pos, con
                  .arg(name, QString::number(pos + 1), QLatin1String(expected), QString(shown));
 }
 
+// Collects the entries the parser reads into a property map: a later entry replaces an earlier one of the same
+// key.
+class MapSink
+{
+public:
+    explicit MapSink(QMap<QString, PropertyValue> *map) : m_map(map) { }
+
+    void beginKey(const QChar *text, int n) { m_key = QString(text, n); }
+    void appendKey(const QChar *text, int n) { m_key.append(text, n); }
+    void beginValue() { m_value = QString(); }
+    void appendValue(const QChar *text, int n)
+    {
+        if (m_value.isNull())
+            m_value = QString(text, n);
+        else
+            m_value.append(text, n);
+    }
+    void appendValue(QChar c) { m_value.append(c); }
+    void endValue(PropertyValue::Modifiers op) { m_map->insert(m_key, PropertyValue(m_value, op, PropertyValue::PlainText)); }
+    void nestedValue(const QString &name, unsigned int start, unsigned int n, PropertyValue::Modifiers op)
+    {
+        m_map->insert(m_key, PropertyValue(name.mid(int(start), int(n)), op, PropertyValue::NestedName));
+    }
+
+private:
+    QMap<QString, PropertyValue> *m_map;
+    QString m_key;
+    QString m_value;
+};
+
+// Folds the text of a key or value, however the parser hands it over in pieces.
+struct TextHash
+{
+    quint64 h = 14695981039346656037ull;
+    void add(const QChar *text, int n)
+    {
+        for (int i = 0; i < n; ++i)
+            h = (h ^ text[i].unicode()) * 1099511628211ull;
+    }
+};
+
+// The hash of one entry from its key, operator and value text: what equality by properties compares.
+uint entryHash(quint64 key, PropertyValue::Modifiers op, quint64 value)
+{
+    const quint64 h = (key * 0x9e3779b97f4a7c15ull) ^ (value + quint64(quint32(op)) * 0xc2b2ae3d27d4eb4full);
+    return uint(h ^ (h >> 32));
+}
+
+// Hashes the entries the parser reads without building a map. Their hashes are summed, so the order of the
+// entries does not count; a name with a key twice is left to the map, which keeps the last entry.
+class HashSink
+{
+public:
+    void beginKey(const QChar *text, int n)
+    {
+        m_key = TextHash();
+        m_key.add(text, n);
+    }
+    void appendKey(const QChar *text, int n) { m_key.add(text, n); }
+    void beginValue() { m_value = TextHash(); }
+    void appendValue(const QChar *text, int n) { m_value.add(text, n); }
+    void appendValue(QChar c) { m_value.add(&c, 1); }
+    void endValue(PropertyValue::Modifiers op)
+    {
+        for (quint64 seen : m_keys)
+            m_repeatedKey = m_repeatedKey || seen == m_key.h;
+        m_keys.append(m_key.h);
+        m_sum += entryHash(m_key.h, op, m_value.h);
+    }
+    void nestedValue(const QString &name, unsigned int start, unsigned int n, PropertyValue::Modifiers op)
+    {
+        beginValue();
+        appendValue(name.constData() + start, int(n));
+        endValue(op);
+    }
+
+    bool repeatedKey() const { return m_repeatedKey; }
+    uint sum() const { return m_sum; }
+
+private:
+    TextHash m_key;
+    TextHash m_value;
+    QVarLengthArray<quint64, 8> m_keys;
+    bool m_repeatedKey = false;
+    uint m_sum = 0;
+};
+
 // One level of braces, starting on its "{"; on success pos is left on the matching "}". Nested
 // levels are only validated (out is null) since the caller keeps their text verbatim. Running
 // off the end is reported by the caller, which knows whether it was inside a nested name.
+template <class Sink>
 ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &pos, ParsePlace &place, int depth,
-                                           QMap<QString, PropertyValue> *out)
+                                           Sink *out)
 {
     QString *error = place.error;
     const QChar *d = name.constData();
@@ -154,8 +245,6 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
     }
     ++pos;
 
-    QString key;
-    QString value;
     for (;;) {
         // Between entries.
         while (pos < len && isBlank(d[pos]))
@@ -176,7 +265,7 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 ++pos;
             }
             if (out)
-                key = QString(d + start, static_cast<int>(pos - start));
+                out->beginKey(d + start, static_cast<int>(pos - start));
         }
         for (;;) {
             if (pos >= len)
@@ -210,7 +299,7 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 ++pos;
             }
             if (out)
-                key.append(d + start, static_cast<int>(pos - start));
+                out->appendKey(d + start, static_cast<int>(pos - start));
         }
 
         // Value.
@@ -221,22 +310,18 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
         if (d[pos] == QLatin1Char('\'')) {
             ++pos;
             if (out)
-                value = QString();
+                out->beginValue();
             for (;;) {
                 const unsigned int start = pos;
                 while (pos < len && d[pos] != QLatin1Char('\'') && d[pos] != QLatin1Char('\\'))
                     ++pos;
-                if (out && pos > start) {
-                    if (value.isNull())
-                        value = QString(d + start, static_cast<int>(pos - start));
-                    else
-                        value.append(d + start, static_cast<int>(pos - start));
-                }
+                if (out && pos > start)
+                    out->appendValue(d + start, static_cast<int>(pos - start));
                 if (pos >= len)
                     return ParseStatus::RanOffEnd;
                 if (d[pos] == QLatin1Char('\'')) {
                     if (out)
-                        out->insert(key, PropertyValue(value, op, PropertyValue::PlainText));
+                        out->endValue(op);
                     ++pos;
                     break;
                 }
@@ -249,12 +334,13 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                     return ParseStatus::Failed;
                 }
                 if (out)
-                    value.append(d[pos + 1]);
+                    out->appendValue(d[pos + 1]);
                 pos += 2;
             }
         } else if (d[pos] == QLatin1Char('{')) {
             const unsigned int start = pos;
-            const ParseStatus nested = parseNameByPropertiesRecursive(name, pos, place, depth + 1, nullptr);
+            const ParseStatus nested =
+                parseNameByPropertiesRecursive(name, pos, place, depth + 1, static_cast<Sink *>(nullptr));
             if (nested == ParseStatus::Failed)
                 return ParseStatus::Failed;
             if (nested == ParseStatus::RanOffEnd) {
@@ -269,10 +355,8 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
                 setParseError(place, name, pos, "}", d[pos]);
                 return ParseStatus::Failed;
             }
-            if (out) {
-                const QString text = name.mid(static_cast<int>(start), static_cast<int>(pos - start + 1));
-                out->insert(key, PropertyValue(text, op, PropertyValue::NestedName));
-            }
+            if (out)
+                out->nestedValue(name, start, pos - start + 1, op);
             ++pos;
         } else {
             setParseError(place, name, pos, "either ' or { or whitespace", d[pos]);
@@ -326,9 +410,10 @@ QMap<QString, PropertyValue> parseNameByProperties(const QString &name, QString 
     };
 
     QMap<QString, PropertyValue> props;
+    MapSink sink(&props);
     unsigned int pos = 0;
     ParsePlace place { error };
-    const ParseStatus status = parseNameByPropertiesRecursive(trimmed, pos, place, 1, &props);
+    const ParseStatus status = parseNameByPropertiesRecursive(trimmed, pos, place, 1, &sink);
     const unsigned int len = static_cast<unsigned int>(trimmed.size());
     if (status == ParseStatus::Failed)
         return fail(place.offset);
@@ -369,6 +454,37 @@ QString qualifiedNameFromProperties(const QMap<QString, PropertyValue> &props)
     }
     text += QLatin1Char('}');
     return text;
+}
+
+bool propertyHash(const ObjectName &name, uint *hash)
+{
+    // A name given as text and not parsed yet is hashed as it is read; the same reading would give its map.
+    const QString &text = name.m_name;
+    if (!(name.m_current & ObjectName::PropertiesCurrent) && name.m_error.isEmpty() && isMultiPropertyName(text)) {
+        HashSink sink;
+        unsigned int pos = 0;
+        ParsePlace place { nullptr };
+        const ParseStatus status = parseNameByPropertiesRecursive(text, pos, place, 1, &sink);
+        if (status == ParseStatus::Ok && pos + 1 == unsigned(text.size()) && !sink.repeatedKey()) {
+            *hash = sink.sum();
+            return true;
+        }
+    }
+    // A copy is parsed, so that the name does not keep a map it would otherwise never need.
+    const ObjectName copy(name);
+    if (!copy.isMultiProperty())
+        return false;
+    uint sum = 0;
+    const QMap<QString, PropertyValue> &props = copy.properties();
+    for (auto it = props.cbegin(); it != props.cend(); ++it) {
+        TextHash key;
+        key.add(it.key().constData(), it.key().size());
+        TextHash value;
+        value.add(it->value().constData(), it->value().size());
+        sum += entryHash(key.h, it->modifiers(), value.h);
+    }
+    *hash = sum;
+    return true;
 }
 
 bool qualifiedNamesEqual(const QString &a, const QString &b)

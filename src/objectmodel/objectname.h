@@ -90,6 +90,7 @@ public:
     bool operator<(const ObjectName &other) const { return qualifiedName() < other.qualifiedName(); }
 
 private:
+    friend bool propertyHash(const ObjectName &name, uint *hash);
     enum Form : quint32 { TextCurrent = 1, PropertiesCurrent = 2 };
     void ensureProperties() const;
     const QString &printedName() const;

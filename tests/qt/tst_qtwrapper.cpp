@@ -385,6 +385,26 @@ TEST_F(QtLookup, MultiPropertyNames)
     EXPECT_EQ(found("{type='QPushButton' text='Clear' visible='1'}"), nullptr);
 }
 
+// A button whose class declares a text property of its own, over QAbstractButton's.
+class CaptionButton : public QPushButton
+{
+    Q_OBJECT
+    Q_PROPERTY(QString text READ caption)
+
+public:
+    using QPushButton::QPushButton;
+    QString caption() const { return QStringLiteral("Caption"); }
+};
+
+TEST_F(QtLookup, PropertiesRedeclaredBySubclassesAreTheOnesMatched)
+{
+    auto *button = new CaptionButton(QStringLiteral("Plain"), widget<QWidget>("centralWidget"));
+    const auto found = [this](const char *name) { return QtWrapper::qobjectOf(find(QLatin1String(name))); };
+    EXPECT_EQ(found("{type='CaptionButton' text='Caption'}"), button);
+    EXPECT_EQ(found("{type='CaptionButton' text='Plain'}"), nullptr);
+    EXPECT_EQ(found("{type='QPushButton' text='OK'}"), widget<QPushButton>("okButton"));
+}
+
 TEST_F(QtLookup, SymbolicNestedAndPrefixedNames)
 {
     SettingsDialog *dialog = openDialog();
@@ -795,3 +815,5 @@ int main(int argc, char **argv)
         return 1;
     return RUN_ALL_TESTS();
 }
+
+#include "tst_qtwrapper.moc"
