@@ -830,7 +830,7 @@ void RequestHandler::quit()
         return;
     ok();
     // After the answer has left: exit() ends every running loop, nested ones included.
-    QTimer::singleShot(0, qApp, [code]() { QCoreApplication::exit(code); });
+    QTimer::singleShot(0, QCoreApplication::instance(), [code]() { QCoreApplication::exit(code); });
 }
 
 void RequestHandler::waitForProperty()

@@ -119,7 +119,7 @@ void startOnEventLoop()
         delete agent;
         return;
     }
-    QObject::connect(qApp, &QCoreApplication::aboutToQuit, agent, [agent]() { delete agent; });
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, agent, [agent]() { delete agent; });
 }
 
 // Runs at the end of the QCoreApplication constructor: the QApplication part is not built yet, so look at
