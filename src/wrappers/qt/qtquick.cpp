@@ -147,11 +147,21 @@ QList<QQuickWindow *> quickWindows()
 
 bool isQuickNode(QObject *object)
 {
+    // Asked for every leaf of every lookup walk, where the same class comes many times in a row: the answer
+    // depends on the class alone, so the last one is kept.
+    static const QMetaObject *lastClass = nullptr;
+    static bool lastAnswer = false;
+    const QMetaObject *cls = object->metaObject();
+    if (cls == lastClass)
+        return lastAnswer;
     if (object->isWindowType())
-        return qobject_cast<QQuickWindow *>(object) != nullptr;
-    if (object->isWidgetType())
-        return qobject_cast<QQuickWidget *>(object) != nullptr;
-    return quickItem(object) != nullptr;
+        lastAnswer = qobject_cast<QQuickWindow *>(object) != nullptr;
+    else if (object->isWidgetType())
+        lastAnswer = qobject_cast<QQuickWidget *>(object) != nullptr;
+    else
+        lastAnswer = quickItem(object) != nullptr;
+    lastClass = cls;
+    return lastAnswer;
 }
 
 bool quickChildren(QObject *parent, QObjectList *out)
