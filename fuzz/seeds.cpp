@@ -1,6 +1,7 @@
 // seeds.cpp: writes the binary seeds of fuzz/corpus (records, values and descriptors like those the unit
 // tests stream). Usage: fuzz_seeds <corpus directory>
 #include "eventdata.h"
+#include "eventrecordfixture.h"
 #include "inspector.h"
 #include "primitives.h"
 
@@ -42,28 +43,9 @@ const Class *prim(int t)
 
 void eventSeeds()
 {
-    EventData full;
-    full.eventName = QStringLiteral("tap");
-    full.objectId = QStringLiteral("btn");
-    full.timeStamp = QTime(0, 0, 1);
-    full.extraText = QStringLiteral("x");
-    full.argumentTexts = QStringList{QStringLiteral("a")};
-    full.extraValue = 7;
-    full.itemText = QStringLiteral("it");
-    EventDataArg mode(QStringLiteral("mode"), prim(Inspector::Int));
-    mode.kind = EventDataArg::EnumValue;
-    mode.enumName = QStringLiteral("E");
-    mode.value = QStringLiteral("5");
-    mode.keys = QStringList{QStringLiteral("A"), QStringLiteral("C")};
-    FVector<EventDataArg> subs(1);
-    subs[0] = EventDataArg(QStringLiteral("x"), prim(Inspector::Double));
-    subs[0].value = QStringLiteral("3");
-    subs[0].typeId = 1;
-    EventDataArg pos(QStringLiteral("pos"), nullptr);
-    pos.setArguments(subs);
+    // The tests' full record, plus an argument of a kind no reader knows.
+    EventData full = VexilTest::fullEventRecord();
     full.arguments.resize(3);
-    full.arguments[0] = mode;
-    full.arguments[1] = pos;
     full.arguments[2].kind = 9;
 
     EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{wrap(42), wrap("text")});

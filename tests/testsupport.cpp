@@ -1,5 +1,7 @@
-// testsupport.cpp: stderr capture for tests that check diagnostics.
+// testsupport.cpp: stderr capture, stream bytes and member access by name for the tests.
 #include "testsupport.h"
+
+#include <inspector.h>
 
 #include <cstdio>
 #include <unistd.h>
@@ -43,6 +45,33 @@ std::string StderrCapture::text() const
         offset += n;
     }
     return out;
+}
+
+QByteArray streamBytes(const std::function<void(QDataStream &)> &write)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    write(out);
+    return bytes;
+}
+
+Vexil::Object::Ptr readProperty(const Vexil::Object::Ptr &object, const char *property)
+{
+    const Vexil::Property *p = object ? object->objectClass()->property(QString::fromLatin1(property)) : nullptr;
+    return p ? p->get(object) : Vexil::Object::Ptr();
+}
+
+bool writeProperty(const Vexil::Object::Ptr &object, const char *property, const Vexil::Object::Ptr &value)
+{
+    const Vexil::Property *p = object ? object->objectClass()->property(QString::fromLatin1(property)) : nullptr;
+    return p && p->set(object, value);
+}
+
+Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method, const Vexil::ObjectList &args)
+{
+    if (!object)
+        return Vexil::Object::Ptr();
+    return object->objectClass()->methods(QString::fromLatin1(method)).invoke(object, args);
 }
 
 } // namespace VexilTest

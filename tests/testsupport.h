@@ -1,12 +1,21 @@
-// testsupport.h: helpers shared by the unit tests (stderr capture, readable QString failures).
+// testsupport.h: helpers shared by the tests: stderr capture, readable QString failures, a record collector,
+// stream bytes, member access by name and the full event record.
 #ifndef VEXIL_TESTSUPPORT_H
 #define VEXIL_TESTSUPPORT_H
 
-#include <QString>
+#include "eventrecordfixture.h"
+
+#include <delegate.h>
+#include <object.h>
+
 #include <QByteArray>
+#include <QDataStream>
+#include <QString>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <functional>
 #include <string>
+#include <vector>
 
 QT_BEGIN_NAMESPACE
 inline void PrintTo(const QString &s, std::ostream *os)
@@ -35,6 +44,29 @@ private:
     int m_savedFd;
     std::FILE *m_file;
 };
+
+inline Vexil::Inspector *insp()
+{
+    return Vexil::Inspector::self();
+}
+
+/// Keeps every record it is notified of; installed as the notify delegate while alive.
+class RecordCollector : public Vexil::EventNotifyDelegate
+{
+public:
+    void notifyEvent(const Vexil::EventData &data) const override { records.push_back(data); }
+    mutable std::vector<Vexil::EventData> records;
+};
+
+/// The bytes \p write puts on a fresh stream.
+QByteArray streamBytes(const std::function<void(QDataStream &)> &write);
+
+/// A property read, a property write and a method call by name, as a script makes them; null or false
+/// when the member is missing or the call fails.
+Vexil::Object::Ptr readProperty(const Vexil::Object::Ptr &object, const char *property);
+bool writeProperty(const Vexil::Object::Ptr &object, const char *property, const Vexil::Object::Ptr &value);
+Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method,
+                              const Vexil::ObjectList &args = Vexil::ObjectList());
 
 } // namespace VexilTest
 

@@ -15,6 +15,7 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::insp;
 
 namespace {
 
@@ -24,11 +25,6 @@ const bool s_zoneSet = [] {
     tzset();
     return true;
 }();
-
-Inspector *insp()
-{
-    return Inspector::self();
-}
 
 const Class *prim(Inspector::PrimitiveTypes t)
 {
@@ -84,20 +80,10 @@ Object::Ptr wrapData(const Class *cls, void *data)
     return cls->wrap(data, ObjectAttribute());
 }
 
-QByteArray bytesOf(const EventData &rec)
+template <class Streamable>
+QByteArray bytesOf(const Streamable &item)
 {
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    rec.writeObject(out);
-    return bytes;
-}
-
-QByteArray bytesOf(const EventDataArg &arg)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    arg.writeObject(out);
-    return bytes;
+    return VexilTest::streamBytes([&](QDataStream &out) { item.writeObject(out); });
 }
 
 // Hex with blanks for readability; fromHex skips them.
@@ -131,54 +117,6 @@ void expectBlankArg(const EventDataArg &arg)
     EXPECT_EQ(arg.args().size(), 0u);
     EXPECT_TRUE(arg.keys.isEmpty());
 }
-
-// An event record with every field set and arguments of kinds 2 and 1, plus its stream form written out by hand.
-EventData fullRecord()
-{
-    EventData rec;
-    rec.eventName = QStringLiteral("tap");
-    rec.objectId = QStringLiteral("btn");
-    rec.timeStamp = QTime(0, 0, 1);
-    rec.extraText = QStringLiteral("x");
-    rec.argumentTexts = QStringList{QStringLiteral("a")};
-    rec.extraValue = 7;
-    rec.itemText = QStringLiteral("it");
-
-    EventDataArg mode(QStringLiteral("mode"), prim(Inspector::Int));
-    mode.kind = EventDataArg::EnumValue;
-    mode.enumName = QStringLiteral("E");
-    mode.value = QStringLiteral("5");
-    mode.keys = QStringList{QStringLiteral("A"), QStringLiteral("C")};
-
-    FVector<EventDataArg> subs(1);
-    subs[0] = EventDataArg(QStringLiteral("x"), prim(Inspector::Double));
-    subs[0].value = QStringLiteral("3");
-    subs[0].typeId = 1;
-    EventDataArg pos(QStringLiteral("pos"), nullptr);
-    pos.setArguments(subs);
-
-    rec.arguments.resize(2);
-    rec.arguments[0] = mode;
-    rec.arguments[1] = pos;
-    return rec;
-}
-
-const char *const kFullRecordHex =
-    "00000000"                                    // type: event
-    "00000006 0074 0061 0070"                     // eventName "tap"
-    "00000006 0062 0074 006e"                     // objectId "btn"
-    "000003e8"                                    // timeStamp 00:00:01
-    "00000002 0078"                               // second text "x"
-    "00000001 00000002 0061"                      // argumentTexts ["a"]
-    "00000002"                                    // two arguments
-    "00000008 006d 006f 0064 0065 00000001 00000002"      // "mode", int, kind 2
-    "00000002 0045 00000002 0035"                         //   enumName "E", value "5"
-    "00000002 00000002 0041 00000002 0043"                //   keys ["A", "C"]
-    "00000006 0070 006f 0073 ffffffff 00000001"           // "pos", no class, kind 1
-    "00000001"                                            //   one sub-argument:
-    "00000002 0078 00000005 00000000 00000002 0033 00000001" // "x", double, kind 0, "3", typeId 1
-    "00000007"                                    // integer field
-    "00000004 0069 0074";                         // itemText "it"
 
 // A chain of \p levels objects nested in each other around one plain leaf.
 QByteArray nestedArgBytes(int levels)
@@ -629,8 +567,8 @@ TEST(EventDataStream, NameFieldDependsOnTheType)
 
 TEST(EventDataStream, EveryFieldInOrder)
 {
-    const QByteArray expected = hex(kFullRecordHex);
-    EXPECT_EQ(bytesOf(fullRecord()), expected);
+    const QByteArray expected = hex(VexilTest::kFullEventRecordHex);
+    EXPECT_EQ(bytesOf(VexilTest::fullEventRecord()), expected);
     EventData read = EventData::fromComment(QStringLiteral("stale"));
     read.methodName = QStringLiteral("stale");
     QDataStream in(expected);
@@ -696,12 +634,12 @@ TEST_P(EventDataStreamKinds, RecordsReadBackInTurn)
     {
         QDataStream out(&bytes, QIODevice::WriteOnly);
         out.setByteOrder(order);
-        fullRecord().writeObject(out);
-        fullRecord().arguments[1].writeObject(out);
+        VexilTest::fullEventRecord().writeObject(out);
+        VexilTest::fullEventRecord().arguments[1].writeObject(out);
         out << qint32(42);
     }
     if (GetParam() != StreamKind::LittleEndian) {
-        EXPECT_TRUE(bytes.startsWith(hex(kFullRecordHex)));
+        EXPECT_TRUE(bytes.startsWith(hex(VexilTest::kFullEventRecordHex)));
     }
 
     SequentialDevice sequential(bytes);
@@ -717,8 +655,8 @@ TEST_P(EventDataStreamKinds, RecordsReadBackInTurn)
     in >> marker;
     ASSERT_EQ(in.status(), QDataStream::Ok);
     EXPECT_EQ(marker, 42);
-    EXPECT_EQ(bytesOf(rec), hex(kFullRecordHex));
-    EXPECT_EQ(bytesOf(arg), bytesOf(fullRecord().arguments[1]));
+    EXPECT_EQ(bytesOf(rec), hex(VexilTest::kFullEventRecordHex));
+    EXPECT_EQ(bytesOf(arg), bytesOf(VexilTest::fullEventRecord().arguments[1]));
 }
 
 INSTANTIATE_TEST_SUITE_P(, EventDataStreamKinds,
@@ -739,7 +677,7 @@ INSTANTIATE_TEST_SUITE_P(, EventDataStreamKinds,
 
 TEST(EventDataBadStream, EveryTruncationFailsAndLeavesBlanks)
 {
-    const QByteArray full = hex(kFullRecordHex);
+    const QByteArray full = hex(VexilTest::kFullEventRecordHex);
     for (int cut = 0; cut < full.size(); ++cut) {
         EventData read = EventData::fromComment(QStringLiteral("stale"));
         const qint32 ownIndex = read.index;
@@ -751,7 +689,7 @@ TEST(EventDataBadStream, EveryTruncationFailsAndLeavesBlanks)
         if (HasFailure())
             FAIL() << "cut at " << cut;
     }
-    const QByteArray arg = bytesOf(fullRecord().arguments[1]);
+    const QByteArray arg = bytesOf(VexilTest::fullEventRecord().arguments[1]);
     for (int cut = 0; cut < arg.size(); ++cut) {
         EventDataArg a(QStringLiteral("stale"), prim(Inspector::Int));
         QDataStream in(arg.left(cut));
@@ -762,7 +700,7 @@ TEST(EventDataBadStream, EveryTruncationFailsAndLeavesBlanks)
     // A stream that failed before stays failed and gives a blank record.
     QDataStream failed(full);
     failed.setStatus(QDataStream::ReadCorruptData);
-    EventData rec = fullRecord();
+    EventData rec = VexilTest::fullEventRecord();
     rec.readObject(failed);
     EXPECT_EQ(failed.status(), QDataStream::ReadCorruptData);
     expectBlankRecord(rec);

@@ -178,30 +178,42 @@ const MatrixRow kMatrix[] = {
     { "char_array", [] { return charArray("AB", 2); }, { "65", "65", "65", "65", "true", "65", "65", "65" } },
 };
 
-TEST(PrimitiveConversion, EveryCellOfTheMatrix)
+// One case per source row, one failure line per bad cell: a broken cell hides none after it.
+class PrimitiveConversion : public ::testing::TestWithParam<MatrixRow>
 {
+};
+
+TEST_P(PrimitiveConversion, EveryTargetOfTheRow)
+{
+    const char *const columns[] = { "short", "int", "long", "int64", "bool", "double", "char", "text" };
     const int targets[] = { I::Short, I::Int, I::Long, I::Int64, I::Bool, I::Double, I::Char, I::Char };
-    for (const MatrixRow &row : kMatrix) {
-        Object::Ptr source = row.make();
-        const Class *cls = source->objectClass();
-        for (int col = 0; col < 8; ++col) {
-            const bool text = col == 7;
-            const Class *target = type(targets[col]);
-            ASSERT_TRUE(cls->canConvertToInternal(target, false, text)) << row.label << col;
-            Object::Ptr out = cls->convertToInternal(source, target, text);
-            ASSERT_TRUE(out) << row.label << col;
-            EXPECT_EQ(out->objectClass(), target) << row.label << col;
-            EXPECT_TRUE(out->ownsData) << row.label << col;
-            EXPECT_EQ(out->objectAttribute().flags, text ? 2u : 0u) << row.label << col;
-            if (!row.expected[col])
-                continue; // out of range: only defined not to crash
-            const QString got = col == 6 ? QString::number(out->toInteger()) : out->toString();
-            EXPECT_EQ(got, QString::fromUtf8(row.expected[col])) << row.label << col;
+    const MatrixRow &row = GetParam();
+    Object::Ptr source = row.make();
+    const Class *cls = source->objectClass();
+    for (int col = 0; col < 8; ++col) {
+        SCOPED_TRACE(columns[col]);
+        const bool text = col == 7;
+        const Class *target = type(targets[col]);
+        EXPECT_TRUE(cls->canConvertToInternal(target, false, text));
+        Object::Ptr out = cls->convertToInternal(source, target, text);
+        if (!out) {
+            ADD_FAILURE() << "no conversion";
+            continue;
         }
+        EXPECT_EQ(out->objectClass(), target);
+        EXPECT_TRUE(out->ownsData);
+        EXPECT_EQ(out->objectAttribute().flags, text ? 2u : 0u);
+        if (!row.expected[col])
+            continue; // out of range: only defined not to crash
+        const QString got = col == 6 ? QString::number(out->toInteger()) : out->toString();
+        EXPECT_EQ(got, QString::fromUtf8(row.expected[col]));
     }
 }
 
-TEST(PrimitiveConversion, TextFormsAndRefusals)
+INSTANTIATE_TEST_SUITE_P(Matrix, PrimitiveConversion, ::testing::ValuesIn(kMatrix),
+                         [](const auto &info) { return std::string(info.param.label); });
+
+TEST(PrimitiveConversionForms, TextFormsAndRefusals)
 {
     const Class *ch = type(I::Char);
     // Through the class slot, a single character asked for as a text still gives its digits.

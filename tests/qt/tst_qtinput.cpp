@@ -30,13 +30,9 @@
 #include <memory>
 
 using namespace Vexil;
+using VexilTest::insp;
 
 namespace {
-
-Inspector *insp()
-{
-    return Inspector::self();
-}
 
 Object::Ptr text(const QString &s)
 {
@@ -96,13 +92,6 @@ protected:
         lastPos = touch->touchPoints().first().pos();
         return true;
     }
-};
-
-class Collector : public EventNotifyDelegate
-{
-public:
-    void notifyEvent(const EventData &data) const override { records.push_back(data); }
-    mutable std::vector<EventData> records;
 };
 
 // A window with what scripts drive: a form, item views, a combo box, a menu bar with a submenu.
@@ -188,7 +177,6 @@ public:
     QString doubled;
 };
 
-// ---------------------------------------------------------------------------------------------------------
 // Mouse
 
 using Mouse = InputTest;
@@ -316,7 +304,6 @@ const BadArgumentRow kBadArguments[] = {
 INSTANTIATE_TEST_SUITE_P(Input, BadArguments, ::testing::ValuesIn(kBadArguments),
                          [](const auto &info) { return std::string(info.param.label); });
 
-// ---------------------------------------------------------------------------------------------------------
 // Keys
 
 using Keys = InputTest;
@@ -346,7 +333,6 @@ TEST_F(Keys, HeldModifierStaysDownUntilReleased)
     EXPECT_EQ(edit->selectedText(), QStringLiteral("bc"));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Item views and menus
 
 using Items = InputTest;
@@ -413,7 +399,6 @@ TEST_F(Items, MenuItemsActivateThroughTheirMenus)
         popup->close();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Screenshots and gestures
 
 TEST_F(InputTest, ScreenshotIsAPngOfTheWidgetsSize)
@@ -455,7 +440,7 @@ TEST_F(InputTest, GestureReplaysAsTouchEvents)
     chain("lineTo", { number(100), insp()->createPrimitive(50.0), insp()->createPrimitive(100.0) });
     chain("build", {});
 
-    Collector collector;
+    VexilTest::RecordCollector collector;
     EXPECT_EQ(call("replayGesture", { object(&pad), gesture }), QString());
     EXPECT_EQ(pad.begins, 1);
     EXPECT_EQ(pad.ends, 1);
@@ -478,14 +463,13 @@ TEST_F(InputTest, GestureReplaysAsTouchEvents)
     EXPECT_EQ(pad.lastPos, QPointF(110, 20));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Recording
 
 using Recording = InputTest;
 
 TEST_F(Recording, ClicksTypingItemsAndMenusBecomeRecords)
 {
-    Collector collector;
+    VexilTest::RecordCollector collector;
     call("mouseClick", { object(ok), number(3), number(4) });
     call("type", { object(edit), text("Hi<Tab>") });
     call("mouseClick", { find(QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 1'}")) });
@@ -514,25 +498,3 @@ TEST_F(Recording, ClicksTypingItemsAndMenusBecomeRecords)
 }
 
 } // namespace
-
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_options()
-{
-    return "print_suppressions=0:suppressions=" VEXIL_QT_LSAN_SUPPRESSIONS;
-}
-
-extern "C" __attribute__((visibility("default"))) const char *__asan_default_options()
-{
-    return "fast_unwind_on_malloc=0";
-}
-
-int main(int argc, char **argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    ObjectMap map;
-    if (!QtWrapper::install())
-        return 1;
-    return RUN_ALL_TESTS();
-}

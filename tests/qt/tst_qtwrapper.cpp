@@ -32,15 +32,11 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::insp;
 using VexilDemo::DemoMainWindow;
 using VexilDemo::SettingsDialog;
 
 namespace {
-
-Inspector *insp()
-{
-    return Inspector::self();
-}
 
 void settle()
 {
@@ -78,16 +74,12 @@ protected:
 
     static Object::Ptr get(const Object::Ptr &object, const char *property)
     {
-        const Property *p = object->objectClass()->property(QLatin1String(property));
-        return p ? p->get(object) : Object::Ptr();
+        return VexilTest::readProperty(object, property);
     }
-
     static bool set(const Object::Ptr &object, const char *property, const Object::Ptr &value)
     {
-        const Property *p = object->objectClass()->property(QLatin1String(property));
-        return p && p->set(object, value);
+        return VexilTest::writeProperty(object, property, value);
     }
-
     static Object::Ptr call(const Object::Ptr &object, const char *method, const ObjectList &args = ObjectList(),
                             bool *found = nullptr)
     {
@@ -112,7 +104,6 @@ protected:
     DemoMainWindow *window = nullptr;
 };
 
-// ---------------------------------------------------------------------------------------------------------
 // Classes from the meta-object system
 
 using QtClasses = DemoTest;
@@ -207,7 +198,6 @@ TEST_F(QtClasses, SlotsInvokablesSignalsAndEnums)
     EXPECT_EQ(insp()->enumerator(QStringLiteral("VexilDemo::DemoMainWindow::Mode")), mode);
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Wrapper objects and their lifetime
 
 using QtObjects = DemoTest;
@@ -268,7 +258,6 @@ TEST_F(QtObjects, DestroyedObjectReportsInvalidation)
     EXPECT_FALSE(fresh->isInvalidated());
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Hierarchy and names
 
 using QtHierarchy = DemoTest;
@@ -344,7 +333,6 @@ TEST_F(QtHierarchy, RealNamesFindTheirObjectsAgain)
                              "window={name='mainWindow' type='VexilDemo::DemoMainWindow' visible='1'}}"));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Lookup by name
 
 using QtLookup = DemoTest;
@@ -464,7 +452,6 @@ TEST_F(QtLookup, FailuresExplainThemselves)
     EXPECT_EQ(fails(QStringLiteral("noSuchWindow")), QStringLiteral("Object 'noSuchWindow' not found."));
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Properties and slots through the model
 
 using QtMembers = DemoTest;
@@ -636,7 +623,6 @@ TEST_F(QtMembers, ClosedDialogReportsInvalidation)
     EXPECT_FALSE(reopened->isInvalidated());
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Window operations
 
 using QtWindows = DemoTest;
@@ -712,21 +698,13 @@ TEST_F(QtWindows, ObjectsThatAreNoWindows)
     EXPECT_TRUE(window->isVisible());
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Recording
-
-class Collector : public EventNotifyDelegate
-{
-public:
-    void notifyEvent(const EventData &data) const override { records.push_back(data); }
-    mutable std::vector<EventData> records;
-};
 
 using QtRecording = DemoTest;
 
 TEST_F(QtRecording, ClickBecomesARecordNamedByTheObjectMap)
 {
-    Collector collector;
+    VexilTest::RecordCollector collector;
     widget<QLineEdit>("nameEdit")->setText(QStringLiteral("Ada"));
     QTest::mouseClick(widget<QPushButton>("okButton"), Qt::LeftButton, Qt::NoModifier, QPoint(5, 6));
     EXPECT_EQ(window->submitCount(), 1);
@@ -751,36 +729,16 @@ TEST_F(QtRecording, ClickBecomesARecordNamedByTheObjectMap)
 
 TEST_F(QtRecording, ClicksThatPropagateAreRecordedOnce)
 {
-    Collector collector;
+    VexilTest::RecordCollector collector;
     QTest::mouseClick(widget<QLabel>("statusLabel"), Qt::LeftButton);
     ASSERT_EQ(collector.records.size(), 1u);
     EXPECT_EQ(collector.records[0].objectId, QStringLiteral(":mainWindow.statusLabel_QLabel"));
 }
 
-TEST_F(QtRecording, KeyPressesAndTextChanges)
-{
-    QLineEdit *name = widget<QLineEdit>("nameEdit");
-    name->setFocus();
-    Collector collector;
-    QTest::keyClicks(name, QStringLiteral("Hii"));
-    QTest::keyClick(name, Qt::Key_Return);
-
-    std::vector<std::pair<QString, QString>> seen;
-    for (const EventData &r : collector.records) {
-        EXPECT_EQ(r.objectId, QStringLiteral(":mainWindow.nameEdit_QLineEdit"));
-        seen.emplace_back(r.eventName, r.arguments.size() ? r.arguments[0].value : QString());
-    }
-    const std::vector<std::pair<QString, QString>> expected = {
-        { "keyPress", "H" }, { "textChanged", "H" }, { "keyPress", "i" }, { "textChanged", "Hi" },
-        { "keyPress", "i" }, { "textChanged", "Hii" }, { "keyPress", "<Return>" }
-    };
-    EXPECT_EQ(seen, expected);
-}
-
 TEST_F(QtRecording, NothingIsRecordedWithoutAListener)
 {
     {
-        Collector collector;
+        VexilTest::RecordCollector collector;
     }
     EXPECT_EQ(insp()->eventNotifyDelegate(), nullptr);
     QTest::mouseClick(widget<QPushButton>("clearButton"), Qt::LeftButton);
@@ -788,32 +746,5 @@ TEST_F(QtRecording, NothingIsRecordedWithoutAListener)
 }
 
 } // namespace
-
-// Sanitizer builds: Qt's own leaks are suppressed by the file beside this test, also when the test list is
-// taken at build time, outside ctest's environment. Qt is built without frame pointers; only the slow
-// unwinder gets through its frames to the plugin that made the allocation.
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_options()
-{
-    return "print_suppressions=0:suppressions=" VEXIL_QT_LSAN_SUPPRESSIONS;
-}
-
-extern "C" __attribute__((visibility("default"))) const char *__asan_default_options()
-{
-    return "fast_unwind_on_malloc=0";
-}
-
-int main(int argc, char **argv)
-{
-    // Tests run without a display; a developer may still choose another platform.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    // Symbolic names go through the current object map, as they do in the tool.
-    ObjectMap map;
-    if (!QtWrapper::install())
-        return 1;
-    return RUN_ALL_TESTS();
-}
 
 #include "tst_qtwrapper.moc"

@@ -1,5 +1,7 @@
 // tst_remote: the forwarding model against real programs under the agent: the demo application, a second
 // copy of it, a program that is not Qt and one that has no widgets.
+#include "testsupport.h"
+
 #include <remoteconnection.h>
 #include <remoteinspector.h>
 
@@ -21,21 +23,11 @@
 #include <sys/types.h>
 
 using namespace Vexil;
+using VexilTest::insp;
 using Vexil::Remote::Application;
 using Vexil::Remote::RemoteInspector;
 
-// Readable failures: gtest finds this by the argument's (global) namespace.
-void PrintTo(const QString &s, std::ostream *os)
-{
-    *os << s.toStdString();
-}
-
 namespace {
-
-Inspector *insp()
-{
-    return Inspector::self();
-}
 
 std::unique_ptr<Application> launchDemo(const Application::Options &options = Application::Options())
 {
@@ -45,22 +37,9 @@ std::unique_ptr<Application> launchDemo(const Application::Options &options = Ap
     return app;
 }
 
-Object::Ptr get(const Object::Ptr &object, const char *property)
-{
-    const Property *p = object ? object->objectClass()->property(QString::fromLatin1(property)) : nullptr;
-    return p ? p->get(object) : Object::Ptr();
-}
-
-bool set(const Object::Ptr &object, const char *property, const Object::Ptr &value)
-{
-    const Property *p = object ? object->objectClass()->property(QString::fromLatin1(property)) : nullptr;
-    return p && p->set(object, value);
-}
-
-Object::Ptr invoke(const Object::Ptr &object, const char *method, const ObjectList &args = ObjectList())
-{
-    return object->objectClass()->methods(QString::fromLatin1(method)).invoke(object, args);
-}
+using VexilTest::callMethod;
+using VexilTest::readProperty;
+using VexilTest::writeProperty;
 
 // The demo under the agent, with a RemoteInspector installed for it.
 class Demo : public ::testing::Test
@@ -126,7 +105,7 @@ TEST_P(RemoteLookup, FindsOrExplains)
         return;
     }
     ASSERT_TRUE(found) << error.toStdString();
-    EXPECT_EQ(get(found, "objectName")->toString(), QString::fromLatin1(row.objectName));
+    EXPECT_EQ(readProperty(found, "objectName")->toString(), QString::fromLatin1(row.objectName));
     EXPECT_EQ(error, QString());
 }
 
@@ -175,21 +154,21 @@ TEST_F(Demo, PropertiesReadAndWriteThroughTheProgram)
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
     const Object::Ptr name = find("{name='nameEdit'}");
     ASSERT_TRUE(window && name);
-    EXPECT_TRUE(set(name, "text", wrap(QStringLiteral("Grace"))));
-    EXPECT_EQ(get(name, "text")->toString(), QStringLiteral("Grace"));
-    EXPECT_TRUE(set(window, "ratio", insp()->createPrimitive(0.25)));
-    EXPECT_DOUBLE_EQ(get(window, "ratio")->toDouble(), 0.25);
-    EXPECT_TRUE(set(window, "bigCounter", insp()->createPrimitive(1LL << 40)));
-    EXPECT_EQ(get(window, "bigCounter")->toInt64(), 1LL << 40);
+    EXPECT_TRUE(writeProperty(name, "text", wrap(QStringLiteral("Grace"))));
+    EXPECT_EQ(readProperty(name, "text")->toString(), QStringLiteral("Grace"));
+    EXPECT_TRUE(writeProperty(window, "ratio", insp()->createPrimitive(0.25)));
+    EXPECT_DOUBLE_EQ(readProperty(window, "ratio")->toDouble(), 0.25);
+    EXPECT_TRUE(writeProperty(window, "bigCounter", insp()->createPrimitive(1LL << 40)));
+    EXPECT_EQ(readProperty(window, "bigCounter")->toInt64(), 1LL << 40);
 
     QStringList items;
-    unwrap(get(window, "items"), &items);
+    unwrap(readProperty(window, "items"), &items);
     EXPECT_EQ(items, (QStringList{"Apples", "Pears"}));
-    const Object::Ptr label = get(window, "statusLabel");
+    const Object::Ptr label = readProperty(window, "statusLabel");
     ASSERT_NE(dynamic_cast<RemoteObjectBase *>(label.get()), nullptr);
-    EXPECT_EQ(get(label, "objectName")->toString(), QStringLiteral("statusLabel"));
-    EXPECT_TRUE(set(window, "focusTarget", name));
-    EXPECT_TRUE(get(window, "focusTarget")->sameAs(name));
+    EXPECT_EQ(readProperty(label, "objectName")->toString(), QStringLiteral("statusLabel"));
+    EXPECT_TRUE(writeProperty(window, "focusTarget", name));
+    EXPECT_TRUE(readProperty(window, "focusTarget")->sameAs(name));
 }
 
 TEST_F(Demo, FailedWriteCarriesTheProgramsText)
@@ -197,7 +176,7 @@ TEST_F(Demo, FailedWriteCarriesTheProgramsText)
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
     ASSERT_TRUE(window);
     insp()->lastError();
-    EXPECT_FALSE(set(window, "submitCount", insp()->createPrimitive(3)));
+    EXPECT_FALSE(writeProperty(window, "submitCount", insp()->createPrimitive(3)));
     EXPECT_EQ(insp()->lastError(), QStringLiteral("Object::setProperty: property submitCount is not writable"));
     EXPECT_EQ(insp()->lastError(), QString());
 }
@@ -206,12 +185,12 @@ TEST_F(Demo, SlotsAndInvokablesRunInTheProgram)
 {
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
     ASSERT_TRUE(window);
-    invoke(window, "addItem", {wrap(QStringLiteral("Cherries"))});
-    EXPECT_EQ(invoke(window, "itemCount")->toInteger(), 3);
-    EXPECT_EQ(invoke(window, "greeting", {wrap(QStringLiteral("Ada"))})->toString(), QStringLiteral("Hello, Ada!"));
-    invoke(find("{type='QPushButton' text='OK'}"), "click");
-    EXPECT_EQ(get(window, "submitCount")->toInteger(), 1);
-    EXPECT_EQ(get(find("{name='statusLabel'}"), "text")->toString(), QStringLiteral("Submitted: "));
+    callMethod(window, "addItem", {wrap(QStringLiteral("Cherries"))});
+    EXPECT_EQ(callMethod(window, "itemCount")->toInteger(), 3);
+    EXPECT_EQ(callMethod(window, "greeting", {wrap(QStringLiteral("Ada"))})->toString(), QStringLiteral("Hello, Ada!"));
+    callMethod(find("{type='QPushButton' text='OK'}"), "click");
+    EXPECT_EQ(readProperty(window, "submitCount")->toInteger(), 1);
+    EXPECT_EQ(readProperty(find("{name='statusLabel'}"), "text")->toString(), QStringLiteral("Submitted: "));
 }
 
 TEST_F(Demo, GlobalFunctionsTakeObjectsAndValues)
@@ -239,7 +218,7 @@ TEST_F(Demo, RecordsComeBackAndReachTheLocalRecorder)
 {
     CountingNotify notify;
     ASSERT_TRUE(remote->setRecording(true));
-    invoke(find("{type='QPushButton' text='OK'}"), "click");
+    callMethod(find("{type='QPushButton' text='OK'}"), "click");
     QVariantList records;
     ASSERT_TRUE(remote->setRecording(false, &records));
     ASSERT_FALSE(records.isEmpty());
@@ -288,22 +267,22 @@ TEST_F(Demo, DroppedObjectsAreReleasedAndFoundAfresh)
         collect(window, &all);
         ASSERT_GT(all.size(), 32u);
         for (const Object::Ptr &o : all)
-            ASSERT_TRUE(get(o, "objectName")) << insp()->lastError().toStdString();
+            ASSERT_TRUE(readProperty(o, "objectName")) << insp()->lastError().toStdString();
     }
     EXPECT_EQ(handles.size(), 3);
 }
 
 TEST_F(Demo, ClosedDialogsObjectIsStale)
 {
-    invoke(find("{type='VexilDemo::DemoMainWindow'}"), "openSettings");
+    callMethod(find("{type='VexilDemo::DemoMainWindow'}"), "openSettings");
     const Object::Ptr dialog = find("{type='VexilDemo::SettingsDialog' visible='1'}");
     ASSERT_TRUE(dialog) << insp()->lastError().toStdString();
-    EXPECT_EQ(get(dialog, "port")->toInteger(), 8080);
-    invoke(dialog, "close");
+    EXPECT_EQ(readProperty(dialog, "port")->toInteger(), 8080);
+    callMethod(dialog, "close");
     // The program deletes the dialog from its event loop, soon after answering.
-    Object::Ptr port = get(dialog, "port");
+    Object::Ptr port = readProperty(dialog, "port");
     for (int i = 0; port && i < 100; ++i)
-        port = get(dialog, "port");
+        port = readProperty(dialog, "port");
     EXPECT_EQ(port, nullptr);
     EXPECT_TRUE(insp()->lastError().contains(QStringLiteral("was destroyed")));
     EXPECT_TRUE(dialog->isInvalidated());
@@ -314,7 +293,7 @@ TEST_F(Demo, KilledProgramFailsTheNextCall)
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
     ASSERT_TRUE(window);
     ::kill(pid_t(app->pid()), SIGKILL);
-    EXPECT_EQ(get(window, "ratio"), nullptr);
+    EXPECT_EQ(readProperty(window, "ratio"), nullptr);
     EXPECT_EQ(insp()->lastError(), QStringLiteral("application killed by signal 9"));
     EXPECT_FALSE(insp()->call(QStringLiteral("_vexil_window_focused"), {}).isValid());
     EXPECT_EQ(insp()->lastError(), QStringLiteral("application killed by signal 9"));
@@ -329,14 +308,14 @@ TEST_F(Demo, SecondProgramIsApart)
     const Object::Ptr theirs = second.findObject(QStringLiteral("{name='nameEdit'}"));
     ASSERT_TRUE(mine && theirs);
     EXPECT_NE(second.contextId(), remote->contextId());
-    EXPECT_TRUE(set(mine, "text", wrap(QStringLiteral("first"))));
-    EXPECT_TRUE(set(theirs, "text", wrap(QStringLiteral("second"))));
-    EXPECT_EQ(get(mine, "text")->toString(), QStringLiteral("first"));
-    EXPECT_EQ(get(theirs, "text")->toString(), QStringLiteral("second"));
+    EXPECT_TRUE(writeProperty(mine, "text", wrap(QStringLiteral("first"))));
+    EXPECT_TRUE(writeProperty(theirs, "text", wrap(QStringLiteral("second"))));
+    EXPECT_EQ(readProperty(mine, "text")->toString(), QStringLiteral("first"));
+    EXPECT_EQ(readProperty(theirs, "text")->toString(), QStringLiteral("second"));
     EXPECT_FALSE(mine->sameAs(theirs));
     // An object of one program is no argument for the other.
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
-    EXPECT_FALSE(set(window, "focusTarget", theirs));
+    EXPECT_FALSE(writeProperty(window, "focusTarget", theirs));
     EXPECT_EQ(insp()->lastError(), QStringLiteral("The object belongs to another application"));
 }
 
