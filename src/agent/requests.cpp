@@ -245,7 +245,7 @@ void RequestHandler::locate(const QString &name, int waitMs, std::function<void(
     Agent *agent = m_agent;
     const Reply reply = m_reply;
     auto lastError = std::make_shared<QString>(object ? notReadyText(name, object) : error);
-    agent->addWait(reply, waitMs, [agent, reply, name, lastError, found](bool timedOut) {
+    agent->addWait(reply, waitMs, [reply, name, lastError, found](bool timedOut) {
         if (!reply.connection)
             return true;
         clearModelError();
