@@ -228,11 +228,11 @@ bool Agent::start(const QString &unsupported)
 
     if (!m_config.listen.isEmpty()) {
         // "tcp:HOST:PORT"; the host may itself hold colons (IPv6), the port is after the last one.
-        const QString spec = m_config.listen.mid(4);
-        const int colon = spec.lastIndexOf(QLatin1Char(':'));
+        const QString hostPort = m_config.listen.mid(4);
+        const int colon = hostPort.lastIndexOf(QLatin1Char(':'));
         bool portOk = false;
-        const quint16 port = colon > 0 ? spec.mid(colon + 1).toUShort(&portOk) : 0;
-        QHostAddress host(colon > 0 ? spec.left(colon) : QString());
+        const quint16 port = colon > 0 ? hostPort.mid(colon + 1).toUShort(&portOk) : 0;
+        QHostAddress host(colon > 0 ? hostPort.left(colon) : QString());
         if (!m_config.listen.startsWith(QLatin1String("tcp:")) || !portOk || host.isNull()
             || m_config.token.isEmpty()) {
             std::fprintf(stderr, "vexil agent: cannot listen on '%s': expected tcp:HOST:PORT with a token\n",

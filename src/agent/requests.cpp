@@ -150,6 +150,13 @@ private:
         return true;
     }
     QVariant wire(const Object::Ptr &object) { return toWire(object, &m_agent->handles()); }
+    // For requests whose body is one handle: its object, or null once the error answer has been given.
+    Object::Ptr objectOfBody()
+    {
+        quint64 handle = 0;
+        m_in >> handle;
+        return bodyRead() ? resolve(handle) : Object::Ptr();
+    }
     const Property *propertyOf(const Object::Ptr &object, const QString &name)
     {
         const Property *p = object->objectClass()->property(name);
@@ -559,11 +566,7 @@ void RequestHandler::children()
 
 void RequestHandler::parent()
 {
-    quint64 handle = 0;
-    m_in >> handle;
-    if (!bodyRead())
-        return;
-    const Object::Ptr object = resolve(handle);
+    const Object::Ptr object = objectOfBody();
     if (!object)
         return;
     const QVariant v = wire(object->parent());
@@ -572,11 +575,7 @@ void RequestHandler::parent()
 
 void RequestHandler::describe()
 {
-    quint64 handle = 0;
-    m_in >> handle;
-    if (!bodyRead())
-        return;
-    const Object::Ptr object = resolve(handle);
+    const Object::Ptr object = objectOfBody();
     if (!object)
         return;
     QObject *q = QtWrapper::qobjectOf(object);

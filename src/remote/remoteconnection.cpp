@@ -98,13 +98,13 @@ bool Connection::open(const QString &address, const QString &token, int timeoutM
             return false;
         }
     } else if (address.startsWith(QLatin1String("tcp:"))) {
-        QString spec = address.mid(4);
-        const int colon = spec.lastIndexOf(QLatin1Char(':'));
-        QString host = spec.left(colon);
+        QString hostPort = address.mid(4);
+        const int colon = hostPort.lastIndexOf(QLatin1Char(':'));
+        QString host = hostPort.left(colon);
         if (host.startsWith(QLatin1Char('[')) && host.endsWith(QLatin1Char(']')))
             host = host.mid(1, host.size() - 2);
         bool ok = false;
-        const quint16 port = spec.mid(colon + 1).toUShort(&ok);
+        const quint16 port = hostPort.mid(colon + 1).toUShort(&ok);
         if (colon <= 0 || !ok) {
             error->code = Protocol::NotConnected;
             error->text = QStringLiteral("'%1' is not an address (expected tcp:HOST:PORT)").arg(address);
