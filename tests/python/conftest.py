@@ -26,6 +26,19 @@ def agent_or_skip():
         pytest.skip(str(e))
 
 
+def pinch(path, width, height, x, y, spread_from, spread_to, steps=10):
+    """A gesture file: two fingers moving apart horizontally around (x, y), 20 ms a step."""
+    samples = []
+    for i in range(steps + 1):
+        d = spread_from + (spread_to - spread_from) * i / steps
+        points = "".join("  <point pointer='%d' x='%g' y='%g' pressure='1' size='0.01' state='move'/>\n"
+                         % (n, x + side * d, y) for n, side in ((0, -1), (1, 1)))
+        samples.append("<sample timestamp='%d'>\n%s</sample>\n" % (i * 20, points))
+    path.write_text("<gestures version='1.0'>\n  <multi-point area-width='%d' area-height='%d' unit='px'>\n%s"
+                    "</multi-point>\n</gestures>\n" % (width, height, "".join(samples)))
+    return str(path)
+
+
 @pytest.fixture
 def demo_path():
     agent_or_skip()

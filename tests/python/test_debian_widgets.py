@@ -1,0 +1,38 @@
+"""Debian's widget examples, unmodified: a modal dialog opened with exec() by a real click does not block the
+agent (standarddialogs), and a replayed gesture reaches a touch program as real touch events (fingerpaint)."""
+import os
+
+import pytest
+
+import vexil
+from conftest import agent_or_skip, pinch
+
+EXAMPLES = "/usr/lib/x86_64-linux-gnu/qt5/examples/widgets/"
+
+
+def example(path):
+    agent_or_skip()
+    if not os.path.exists(EXAMPLES + path):
+        pytest.skip("qtbase5-examples is not installed")
+    return EXAMPLES + path
+
+
+def test_click_into_a_modal_dialog_and_out():
+    with vexil.launch(example("dialogs/standarddialogs/standarddialogs")) as app:
+        app.mouse_click(app.find_object("{type='QPushButton' text='QInputDialog::get&Int()'}"))
+        # The click is answered from inside QInputDialog::getInt(); the dialog is served from its own loop.
+        app.wait_for_object("{type='QInputDialog'}", timeout=5)
+        app.type(app.find_object("{type='QInputDialogSpinBox'}"), "<Ctrl+A>42")
+        app.mouse_click(app.find_object("{type='QPushButton' text='OK' window={type='QInputDialog'}}"))
+        assert app.wait_for_object("{type='QLabel' text='42%'}", timeout=5).text == "42%"
+        assert not app.find_object("{type='QPushButton' text='QInputDialog::get&Int()'}").down
+
+
+def test_gesture_replayed_on_fingerpaint_draws(tmp_path):
+    with vexil.launch(example("touch/fingerpaint/fingerpaint")) as app:
+        area = app.find_object("{type='ScribbleArea'}")
+        blank = app.screenshot(area)
+        assert app.screenshot(area) == blank  # nothing changes it but the gesture
+        gesture = pinch(tmp_path / "pinch.xml", area.width, area.height, area.width / 2, area.height / 2, 10, 100)
+        app.call("replayGestureFile", area, gesture)
+        assert app.screenshot(area) != blank
