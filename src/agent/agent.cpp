@@ -6,6 +6,7 @@
 #include "eventdata.h"
 #include "inspector.h"
 #include "objectmap.h"
+#include "qtwrapper.h"
 
 #include <QAbstractEventDispatcher>
 #include <QBuffer>
@@ -378,8 +379,11 @@ bool Agent::endRunning(Running *running)
 void Agent::onAboutToBlock()
 {
     // Our requests run synchronously on this thread, so a loop about to block while one is running is a
-    // nested loop (a modal dialog's exec()): answer the request now and keep serving from that loop.
+    // nested loop (a modal dialog's exec()): answer the request now and keep serving from that loop. A loop
+    // the wrapper runs itself (a drag's pace) is part of the call.
     for (Running &r : m_running) {
+        if (QtWrapper::inOwnEventLoop())
+            break;
         if (!r.answered) {
             r.answered = true;
             if (r.reply.connection)

@@ -1,5 +1,6 @@
 """Debian's widget examples, unmodified: a modal dialog opened with exec() by a real click does not block the
-agent (standarddialogs), and a replayed gesture reaches a touch program as real touch events (fingerpaint)."""
+agent (standarddialogs), a drag is over when its call returns (sliders), and a replayed gesture reaches a
+touch program as real touch events (fingerpaint)."""
 import os
 
 import pytest
@@ -36,3 +37,12 @@ def test_gesture_replayed_on_fingerpaint_draws(tmp_path):
         gesture = pinch(tmp_path / "pinch.xml", area.width, area.height, area.width / 2, area.height / 2, 10, 100)
         app.call("replayGestureFile", area, gesture)
         assert app.screenshot(area) != blank
+
+
+def test_drag_is_over_when_the_call_returns():
+    # The drag paces its moves from an event loop of its own: that loop must not count as the program's.
+    with vexil.launch(example("widgets/sliders/sliders")) as app:
+        slider = app.find_object("{type='QSlider' visible='1'}")
+        handle_x = slider.width * slider.value // slider.maximum + 2
+        app.mouse_drag(slider, handle_x, slider.height // 2, slider.width, 0)
+        assert slider.value == slider.maximum

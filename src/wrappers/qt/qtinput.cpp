@@ -15,6 +15,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QStyleHints>
+#include <QThread>
 #include <QTimer>
 #include <QWidget>
 #include <QWindow>
@@ -22,6 +23,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <vector>
 
 namespace Vexil {
 namespace QtWrapper {
@@ -441,7 +443,7 @@ void runDrag(const InputTarget &guard, const QPoint &from, const QPoint &to, Qt:
     sendMouse(guard, from, QEvent::MouseMove, Qt::NoButton, modifiers, nextTimestamp());
     sendMouse(guard, from, QEvent::MouseButtonPress, button, modifiers, singlePressTimestamp());
     timer.start();
-    loop.exec();
+    execOwnLoop(loop);
 }
 
 Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
@@ -647,6 +649,29 @@ QString printableName(QObject *object)
     return map ? map->printableName(real) : real;
 }
 
+namespace {
+// The loop levels of the loops running in execOwnLoop(), innermost last.
+std::vector<int> &ownLoopLevels()
+{
+    static std::vector<int> levels;
+    return levels;
+}
+} // namespace
+
+void execOwnLoop(QEventLoop &loop)
+{
+    // exec() adds one level for this loop.
+    ownLoopLevels().push_back(QThread::currentThread()->loopLevel() + 1);
+    loop.exec();
+    ownLoopLevels().pop_back();
+}
+
+bool inOwnEventLoop()
+{
+    const std::vector<int> &levels = ownLoopLevels();
+    return !levels.empty() && levels.back() == QThread::currentThread()->loopLevel();
+}
+
 bool waitUntil(const std::function<bool()> &condition, int timeoutMs)
 {
     QElapsedTimer elapsed;
@@ -658,7 +683,7 @@ bool waitUntil(const std::function<bool()> &condition, int timeoutMs)
         // Sleep in the event loop, not beside it: timers (a menu's pop-up delay) must run.
         QEventLoop loop;
         QTimer::singleShot(5, &loop, &QEventLoop::quit);
-        loop.exec();
+        execOwnLoop(loop);
     }
     return true;
 }

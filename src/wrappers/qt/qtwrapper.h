@@ -60,6 +60,10 @@ VEXIL_QTWRAPPER_EXPORT QByteArray objectScreenshotPng(const Object::Ptr &object,
 /// environment when it is a number above 0, else 1.
 VEXIL_QTWRAPPER_EXPORT double timeoutFactor();
 
+/// True while the innermost event loop of the GUI thread is one the wrapper runs as part of a call (pacing a
+/// drag, waiting for a menu to open): unlike a loop the program starts (a modal dialog), the call is not
+/// over when it waits for events.
+VEXIL_QTWRAPPER_EXPORT bool inOwnEventLoop();
 /// The number of wrapper objects alive right now (for diagnostics).
 VEXIL_QTWRAPPER_EXPORT int liveWrapperCount();
 

@@ -25,6 +25,7 @@ QT_BEGIN_NAMESPACE
 class QAbstractItemView;
 class QAction;
 class QComboBox;
+class QEventLoop;
 class QQuickItem;
 class QQuickWindow;
 class QWidget;
@@ -263,6 +264,8 @@ struct InputTarget
 
 /// The name error texts give an object: its symbolic name when the object map has one.
 QString printableName(QObject *object);
+/// Runs \p loop as part of the call in progress: while it is the innermost loop, inOwnEventLoop() is true.
+void execOwnLoop(QEventLoop &loop);
 /// Runs the event loop until \p condition holds or \p timeoutMs (scaled by the time-out factor) passed.
 bool waitUntil(const std::function<bool()> &condition, int timeoutMs);
 /// Lets the application handle what the input caused: window-system and posted events.
