@@ -284,6 +284,10 @@ class Application:
     def key_release(self, obj, key):
         self._input("keyRelease", obj, key)
 
+    def activate_menu_item(self, obj, path):
+        """Opens the menus of a window, menu bar or menu and clicks the item: "File|Save &As..."."""
+        self._input("activateMenuItem", obj, path)
+
     def screenshot(self, obj=None):
         """PNG bytes of the object, or of the active window."""
         if isinstance(obj, str):

@@ -46,3 +46,25 @@ def test_drag_is_over_when_the_call_returns():
         handle_x = slider.width * slider.value // slider.maximum + 2
         app.mouse_drag(slider, handle_x, slider.height // 2, slider.width, 0)
         assert slider.value == slider.maximum
+
+
+def test_editor_by_keys_and_menus():
+    with vexil.launch(example("mainwindows/application/application")) as app:
+        edit = app.find_object("{type='QPlainTextEdit'}")
+        app.type(edit, "hello<Return>wrold<Backspace><Backspace><Backspace><Backspace>orld<Shift+Home>")
+        app.activate_menu_item(app.find_object("{type='MainWindow'}"), "&Edit|Cu&t")
+        assert edit.plainText == "hello\n"
+        with pytest.raises(vexil.InvocationError, match="there is no item 'Nothing' in '&Edit'"):
+            app.activate_menu_item(app.find_object("{type='MainWindow'}"), "&Edit|Nothing")
+
+
+def test_tree_view_items_by_text():
+    with vexil.launch(example("itemviews/simpletreemodel/simpletreemodel")) as app:
+        name = "{container={type='QTreeView'} type='QModelIndex' text='%s'}"
+        item = app.find_object(name % "Getting Started")
+        assert (item.row, item.selected) == (0, False)
+        app.mouse_click(item)
+        assert item.selected
+        child = app.find_object(name % "Creating a Dialog")  # in a collapsed branch: the click opens it
+        app.mouse_click(child)
+        assert child.selected and not item.selected
