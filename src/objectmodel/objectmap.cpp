@@ -10,6 +10,7 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <algorithm>
 #include <initializer_list>
 
 namespace Vexil {
@@ -145,7 +146,7 @@ QString fromOldHierarchicalEscaping(const QString &name)
     return out;
 }
 
-void expandReference(const QMap<QString, ObjectName> &symbolicToReal, QMap<QString, PropertyValue> &props,
+void expandReference(const QHash<QString, ObjectName> &symbolicToReal, QMap<QString, PropertyValue> &props,
                      const QString &reference,
                      std::initializer_list<std::pair<const char *, const char *>> renames)
 {
@@ -211,19 +212,24 @@ QString ObjectMap::realName(const QString &name) const
 
 void ObjectMap::insertEntry(const ObjectName &real, const QString &symbolic)
 {
-    // Map files are sorted by symbolic name, so the end is usually the right place (QMap checks the
-    // hint and falls back to a normal insert). One descent serves both lookup and insert of the real name.
-    m_symbolicToReal.insert(m_symbolicToReal.cend(), symbolic, real);
-    if (m_indexValid && !m_realToSymbolic.isDetached())
-        invalidateIndex();
-    const auto it = m_realToSymbolic.lowerBound(real);
-    if (it != m_realToSymbolic.end() && !(real < it.key())) {
-        it.value() = symbolic;
-        return;
+    m_symbolicToReal.insert(symbolic, real);
+    const QString &text = real.qualifiedName();
+    const auto it = m_realToSymbolic.find(text);
+    if (it != m_realToSymbolic.end()) {
+        it->symbolic = symbolic;
+    } else {
+        m_realToSymbolic.insert(text, RealEntry { real, symbolic });
+        if (m_indexValid)
+            indexKey(text, real);
     }
-    const RealIterator added = m_realToSymbolic.insert(it, real, symbolic);
-    if (m_indexValid)
-        indexKey(added);
+    changed();
+}
+
+void ObjectMap::changed()
+{
+    m_symbolicOrderedValid = m_realOrderedValid = false;
+    m_symbolicOrdered.clear();
+    m_realOrdered.clear();
 }
 
 void ObjectMap::add(const ObjectName &real, const QString &symbolic)
@@ -235,80 +241,112 @@ void ObjectMap::add(const ObjectName &real, const QString &symbolic)
 void ObjectMap::setSymbolicNames(const QMap<QString, ObjectName> &map)
 {
     m_modified = true;
-    invalidateIndex();
-    m_symbolicToReal = map;
-    m_realToSymbolic.clear();
+    clear();
+    m_symbolicToReal.reserve(map.size());
+    m_realToSymbolic.reserve(map.size());
     for (auto it = map.cbegin(); it != map.cend(); ++it)
-        m_realToSymbolic.insert(it.value(), it.key());
+        insertEntry(it.value(), it.key());
+    m_symbolicOrdered = map;
+    m_symbolicOrderedValid = true;
 }
 
 void ObjectMap::clear()
 {
-    invalidateIndex();
     m_symbolicToReal.clear();
     m_realToSymbolic.clear();
-}
-
-void ObjectMap::invalidateIndex()
-{
-    m_textIndex.clear();
     m_propertyIndex.clear();
     m_indexValid = false;
+    changed();
 }
 
-void ObjectMap::indexKey(RealIterator key) const
+namespace {
+
+// The keys of \p hash in ascending order, inserted at the end of \p ordered one after the other (QMap
+// takes the end as a hint: no descent of the tree).
+template <class Hash, class Map, class Insert>
+void buildOrdered(const Hash &hash, Map *ordered, Insert insert)
 {
-    m_textIndex.insert(key.key().qualifiedName(), key);
+    std::vector<typename Hash::const_iterator> items;
+    items.reserve(size_t(hash.size()));
+    for (auto it = hash.cbegin(); it != hash.cend(); ++it)
+        items.push_back(it);
+    std::sort(items.begin(), items.end(), [](const auto &a, const auto &b) { return a.key() < b.key(); });
+    ordered->clear();
+    for (const auto &it : items)
+        insert(ordered, it);
+}
+
+} // namespace
+
+const QMap<QString, ObjectName> &ObjectMap::symbolicNames() const
+{
+    if (!m_symbolicOrderedValid) {
+        buildOrdered(m_symbolicToReal, &m_symbolicOrdered,
+                     [](auto *map, const auto &it) { map->insert(map->cend(), it.key(), it.value()); });
+        m_symbolicOrderedValid = true;
+    }
+    return m_symbolicOrdered;
+}
+
+const QMap<ObjectName, QString> &ObjectMap::realNames() const
+{
+    if (!m_realOrderedValid) {
+        buildOrdered(m_realToSymbolic, &m_realOrdered,
+                     [](auto *map, const auto &it) { map->insert(map->cend(), it->name, it->symbolic); });
+        m_realOrderedValid = true;
+    }
+    return m_realOrdered;
+}
+
+void ObjectMap::indexKey(const QString &text, const ObjectName &name) const
+{
     uint h = 0;
-    if (propertyHash(key.key(), &h))
-        m_propertyIndex.insert(h, key);
+    if (propertyHash(name, &h))
+        m_propertyIndex.insert(h, text);
 }
 
 void ObjectMap::ensureIndex() const
 {
     if (m_indexValid)
         return;
-    m_textIndex.clear();
     m_propertyIndex.clear();
-    m_textIndex.reserve(m_realToSymbolic.size());
     m_propertyIndex.reserve(m_realToSymbolic.size());
     for (auto it = m_realToSymbolic.cbegin(); it != m_realToSymbolic.cend(); ++it)
-        indexKey(it);
+        indexKey(it.key(), it->name);
     m_indexValid = true;
 }
 
-// The first key in map order equal to probe, as a walk over the map would find it: the key with
-// the same text, or a key equal by properties, whichever sorts first.
-ObjectMap::RealIterator ObjectMap::findStored(const ObjectName &probe) const
+// The stored entry equal to probe that comes first in key order: the one with the same text, or one
+// equal by properties, whichever text sorts first.
+const ObjectMap::RealEntry *ObjectMap::findStored(const ObjectName &probe) const
 {
-    ensureIndex();
-    const RealIterator end = m_realToSymbolic.cend();
-    RealIterator best = m_textIndex.value(probe.qualifiedName(), end);
+    const auto exact = m_realToSymbolic.constFind(probe.qualifiedName());
+    const RealEntry *best = exact != m_realToSymbolic.cend() ? &*exact : nullptr;
     uint h = 0;
     if (!propertyHash(probe, &h))
         return best;
+    ensureIndex();
     for (auto it = m_propertyIndex.constFind(h); it != m_propertyIndex.cend() && it.key() == h; ++it) {
-        const RealIterator candidate = it.value();
-        if (best != end && !(candidate.key() < best.key()))
+        if (best && !(*it < best->name.qualifiedName()))
             continue;
-        if (candidate.key() == probe)
-            best = candidate;
+        const RealEntry &candidate = *m_realToSymbolic.constFind(*it);
+        if (candidate.name == probe)
+            best = &candidate;
     }
     return best;
 }
 
 QString ObjectMap::lookupSymbolic(const QString &name, bool *found) const
 {
-    const auto end = m_realToSymbolic.cend();
-    auto best = findStored(ObjectName(name));
+    const RealEntry *best = findStored(ObjectName(name));
     const QString oldName = convertToOldName(name);
     if (oldName != name) {
-        const auto old = findStored(ObjectName(oldName));
-        if (old != end && (best == end || old.key() < best.key()))
+        const RealEntry *old = findStored(ObjectName(oldName));
+        if (old && (!best || old->name.qualifiedName() < best->name.qualifiedName()))
             best = old;
     }
-    *found = best != end;
-    return *found ? best.value() : QString();
+    *found = best != nullptr;
+    return best ? best->symbolic : QString();
 }
 
 QString ObjectMap::uniqueSymbolicName(const QString &base) const
@@ -518,10 +556,11 @@ QString ObjectMap::toString() const
 {
     QString text;
     int estimate = 0;
-    for (auto it = m_symbolicToReal.cbegin(); it != m_symbolicToReal.cend(); ++it)
+    const QMap<QString, ObjectName> &ordered = symbolicNames();
+    for (auto it = ordered.cbegin(); it != ordered.cend(); ++it)
         estimate += it.key().size() + it->qualifiedName().size() + 2;
     text.reserve(estimate + 64);
-    for (auto it = m_symbolicToReal.cbegin(); it != m_symbolicToReal.cend(); ++it) {
+    for (auto it = ordered.cbegin(); it != ordered.cend(); ++it) {
         text += escapeForSerialize(it.key());
         text += QLatin1Char('\t');
         text += escapeForSerialize(it->qualifiedName());
@@ -587,6 +626,7 @@ bool readTextFile(const QString &path, QString *text, QString *error)
 std::vector<std::pair<QString, ObjectName>> ObjectMap::parseSerializedMap(const QString &text) const
 {
     std::vector<std::pair<QString, ObjectName>> entries;
+    entries.reserve(size_t(text.count(QLatin1Char('\n'))) + 1);
     QString symbolic, real;
     forEachLine(text, [&](const QStringRef &line, int) {
         if (readMapLine(line, &symbolic, &real) == MapLine::Entry)
@@ -630,7 +670,10 @@ bool ObjectMap::readMapFile(const QString &path, ObjectMapText *result, QString 
 
 void ObjectMap::loadFromString(const QString &text)
 {
-    for (const auto &entry : parseSerializedMap(text))
+    const auto entries = parseSerializedMap(text);
+    m_symbolicToReal.reserve(m_symbolicToReal.size() + int(entries.size()));
+    m_realToSymbolic.reserve(m_realToSymbolic.size() + int(entries.size()));
+    for (const auto &entry : entries)
         insertEntry(entry.second, entry.first);
 }
 

@@ -54,8 +54,10 @@ public:
     QString realName(const QString &name) const;
     /// True when \p symbolic is a key of the symbolic-to-real map.
     bool containsSymbolicName(const QString &symbolic) const { return m_symbolicToReal.contains(symbolic); }
-    const QMap<QString, ObjectName> &symbolicNames() const { return m_symbolicToReal; }
-    const QMap<ObjectName, QString> &realNames() const { return m_realToSymbolic; }
+    int size() const { return m_symbolicToReal.size(); }
+    /// Both directions in key order; built on first request after a change, which costs a sort.
+    const QMap<QString, ObjectName> &symbolicNames() const;
+    const QMap<ObjectName, QString> &realNames() const;
 
     void add(const ObjectName &real, const QString &symbolic);
     /// Replaces both directions by \p map; the last symbolic name in key order wins a shared real name.
@@ -99,28 +101,33 @@ public:
 private:
     Q_DISABLE_COPY(ObjectMap)
 
-    using RealIterator = QMap<ObjectName, QString>::const_iterator;
-
+    struct RealEntry
+    {
+        ObjectName name;    // as first added
+        QString symbolic;   // as last added
+    };
     void insertEntry(const ObjectName &real, const QString &symbolic);
-    void invalidateIndex();
+    void changed();
     void ensureIndex() const;
-    void indexKey(RealIterator key) const;
-    RealIterator findStored(const ObjectName &probe) const;
+    void indexKey(const QString &text, const ObjectName &name) const;
+    const RealEntry *findStored(const ObjectName &probe) const;
     QString lookupSymbolic(const QString &name, bool *found) const;
     QString uniqueSymbolicName(const QString &base) const;
 
-    QMap<ObjectName, QString> m_realToSymbolic;
-    QMap<QString, ObjectName> m_symbolicToReal;
+    // Both directions are hashes, so that loading a map is one pass over its lines; the real names are
+    // keyed by their text. The ordered forms the accessors return are made when asked for.
+    QHash<QString, ObjectName> m_symbolicToReal;
+    QHash<QString, RealEntry> m_realToSymbolic;
     bool m_flag;
     bool m_modified;
-
-    // Lookups by text and by properties go through hashes instead of walking or descending the map:
-    // the text of every key, and a hash of the properties (keys, value texts, operators) of every
-    // multi-property key, lead to its node. Built on first use and kept up to date by inserts (keys
-    // are only removed all at once). The nodes stay put while the map is not copied; a map shared
-    // with a copy detaches on the next insert, so the index is dropped then.
-    mutable QHash<QString, RealIterator> m_textIndex;
-    mutable QMultiHash<uint, RealIterator> m_propertyIndex;
+    mutable QMap<QString, ObjectName> m_symbolicOrdered;
+    mutable QMap<ObjectName, QString> m_realOrdered;
+    mutable bool m_symbolicOrderedValid = false;
+    mutable bool m_realOrderedValid = false;
+    // Lookups by properties (keys, value texts and operators, in any order and spacing) go through a
+    // hash of the properties of every multi-property key, leading to its text. Built on first use and
+    // kept up to date by inserts (keys are only removed all at once).
+    mutable QMultiHash<uint, QString> m_propertyIndex;
     mutable bool m_indexValid;
 };
 

@@ -548,12 +548,9 @@ bool PropertyValue::matches(const QString &candidate) const
         && (candidate.startsWith(QLatin1Char(':')) || isMultiPropertyName(candidate))) {
         // Only a symbolic name the map knows can stand for another spelling of the object.
         const ObjectMap *map = ObjectMap::self();
-        if (!map)
+        if (!map || !map->containsSymbolicName(m_value))
             return false;
-        const auto it = map->symbolicNames().constFind(m_value);
-        if (it == map->symbolicNames().cend())
-            return false;
-        return it.value() == map->objectName(candidate);
+        return map->objectName(m_value) == map->objectName(candidate);
     }
     return false;
 }

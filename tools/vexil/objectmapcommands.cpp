@@ -289,7 +289,7 @@ int normalize(const Invocation &call)
     if (!writeFileAtomically(target, map.toString().toUtf8(), &error))
         return call.fail(error);
     if (target != QLatin1String("-")) {
-        out(target + QStringLiteral(": ") + plural(map.symbolicNames().size(), "entry", "entries")
+        out(target + QStringLiteral(": ") + plural(map.size(), "entry", "entries")
             + QStringLiteral(" written"));
     }
     return ExitOk;
