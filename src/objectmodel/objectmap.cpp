@@ -222,14 +222,11 @@ void ObjectMap::insertEntry(const ObjectName &real, const QString &symbolic)
         if (m_indexValid)
             indexKey(text, real);
     }
-    changed();
-}
-
-void ObjectMap::changed()
-{
-    m_symbolicOrderedValid = m_realOrderedValid = false;
-    m_symbolicOrdered.clear();
-    m_realOrdered.clear();
+    // Once handed out, the ordered views stay current like the maps they show.
+    if (m_symbolicOrderedValid)
+        m_symbolicOrdered.insert(symbolic, real);
+    if (m_realOrderedValid)
+        m_realOrdered.insert(real, symbolic);
 }
 
 void ObjectMap::add(const ObjectName &real, const QString &symbolic)
@@ -246,8 +243,6 @@ void ObjectMap::setSymbolicNames(const QMap<QString, ObjectName> &map)
     m_realToSymbolic.reserve(map.size());
     for (auto it = map.cbegin(); it != map.cend(); ++it)
         insertEntry(it.value(), it.key());
-    m_symbolicOrdered = map;
-    m_symbolicOrderedValid = true;
 }
 
 void ObjectMap::clear()
@@ -256,7 +251,8 @@ void ObjectMap::clear()
     m_realToSymbolic.clear();
     m_propertyIndex.clear();
     m_indexValid = false;
-    changed();
+    m_symbolicOrdered.clear();
+    m_realOrdered.clear();
 }
 
 namespace {

@@ -55,7 +55,7 @@ public:
     /// True when \p symbolic is a key of the symbolic-to-real map.
     bool containsSymbolicName(const QString &symbolic) const { return m_symbolicToReal.contains(symbolic); }
     int size() const { return m_symbolicToReal.size(); }
-    /// Both directions in key order; built on first request after a change, which costs a sort.
+    /// Both directions in key order. Made on first request (a sort) and kept current from then on.
     const QMap<QString, ObjectName> &symbolicNames() const;
     const QMap<ObjectName, QString> &realNames() const;
 
@@ -107,7 +107,6 @@ private:
         QString symbolic;   // as last added
     };
     void insertEntry(const ObjectName &real, const QString &symbolic);
-    void changed();
     void ensureIndex() const;
     void indexKey(const QString &text, const ObjectName &name) const;
     const RealEntry *findStored(const ObjectName &probe) const;
@@ -115,7 +114,7 @@ private:
     QString uniqueSymbolicName(const QString &base) const;
 
     // Both directions are hashes, so that loading a map is one pass over its lines; the real names are
-    // keyed by their text. The ordered forms the accessors return are made when asked for.
+    // keyed by their text. The ordered views the accessors return are made when first asked for.
     QHash<QString, ObjectName> m_symbolicToReal;
     QHash<QString, RealEntry> m_realToSymbolic;
     bool m_flag;
