@@ -56,6 +56,14 @@ def test_items_hang_below_their_window(quick):
         ["DemoButton", "QQuickColumn", "DemoContent", "QQuickWindowQmlImpl"],
         ["DemoButton", "QQuickColumn", "DemoContent", "QQuickWidget", "QWidget"])
 
+def test_window_functions_on_a_quick_window(quick):
+    window = quick.top_level_objects()[0]
+    quick.call("_vexil_window_resizeto", window, 500, 400)
+    assert (window.width, window.height) == (500, 400)
+    assert quick.call("_vexil_window_focused") == window
+    quick.call("_vexil_window_close", window)
+    assert quick.close() == 0  # closing the last window ends the program
+
 def test_wait_for_an_item_that_appears_later(quick):
     quick.mouse_click(quick.find_object("{type='DemoButton' text='Show later'}"))
     late = quick.wait_for_object("{type='Rectangle' name='lateItem'}", timeout=5)

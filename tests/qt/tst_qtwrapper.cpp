@@ -686,10 +686,8 @@ TEST_F(QtWindows, FocusAndTheFocusedWindow)
 TEST_F(QtWindows, ObjectsThatAreNoWindows)
 {
     Object::Ptr action = QtWrapper::wrapQObject(widget<QAction>("quitAction"));
-    // The script functions take widgets; called directly, the operation finds no delegate for an action.
+    // The functions take any object; an action finds no window delegate.
     EXPECT_EQ(callGlobal("_vexil_window_close", { action }), nullptr);
-    EXPECT_EQ(insp()->lastError(), QStringLiteral("Found no matching overload"));
-    EXPECT_EQ(closeWindowByObject({ action }, nullptr), nullptr);
     EXPECT_EQ(insp()->lastError(), QStringLiteral("Don't know how to close object of type QAction"));
     EXPECT_EQ(callGlobal("_vexil_window_maximize",
                          { QtWrapper::classForMetaObject(&QWidget::staticMetaObject)->createNull() }),

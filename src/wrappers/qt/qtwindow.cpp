@@ -1,26 +1,41 @@
-// qtwindow.cpp: window operations on QWidgets for the global window functions.
+// qtwindow.cpp: window operations on QWidgets and on QWindows (Qt Quick windows) for the global window functions.
 #include "qtwrapper.h"
 #include "qtwrapper_p.h"
 
 #include <QApplication>
 #include <QWidget>
+#include <QWindow>
+#include <qpa/qwindowsysteminterface.h>
 
 namespace Vexil {
 namespace QtWrapper {
 
 namespace {
 
-// The window of the widget an object wraps; an operation on a child widget acts on its window.
-QWidget *windowWidget(const Object::Ptr &object)
+// The window an operation acts on: a widget's window (an operation on a child widget acts on its window),
+// or a QWindow itself (a Qt Quick window).
+struct WindowTarget
 {
+    QWidget *widget = nullptr;
+    QWindow *window = nullptr;
+    explicit operator bool() const { return widget || window; }
+};
+
+WindowTarget windowOf(const Object::Ptr &object)
+{
+    WindowTarget t;
     QObject *o = qobjectOf(object);
-    return o && o->isWidgetType() ? static_cast<QWidget *>(o)->window() : nullptr;
+    if (o && o->isWidgetType())
+        t.widget = static_cast<QWidget *>(o)->window();
+    else if (o && o->isWindowType())
+        t.window = static_cast<QWindow *>(o);
+    return t;
 }
 
-FunctionCallResult<void> notAWidget(const Object::Ptr &object)
+QString notAWindow(const Object::Ptr &object)
 {
-    return FunctionCallResult<void>(QStringLiteral("Object of type %1 is not a widget")
-                                        .arg(object ? object->className() : QStringLiteral("null")));
+    return QStringLiteral("Object of type %1 is not a widget")
+        .arg(object ? object->className() : QStringLiteral("null"));
 }
 
 // Window changes travel through the platform and come back as events; let them arrive before the script
@@ -30,21 +45,25 @@ void settle()
     QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
 }
 
-template <class Operation>
-FunctionCallResult<void> onWindow(const Object::Ptr &object, Operation op)
+template <class WidgetOperation, class WindowOperation>
+FunctionCallResult<void> onWindow(const Object::Ptr &object, WidgetOperation onWidget, WindowOperation onQWindow)
 {
-    QWidget *w = windowWidget(object);
-    if (!w)
-        return notAWidget(object);
-    const QString error = op(w);
+    const WindowTarget t = windowOf(object);
+    if (!t)
+        return FunctionCallResult<void>(notAWindow(object));
+    const QString error = t.widget ? onWidget(t.widget) : onQWindow(t.window);
     settle();
     return FunctionCallResult<void>(error);
 }
 
+// The same operation through each kind of window, for operations both spell alike.
+#define VEXIL_ON_WINDOW(object, body) \
+    onWindow(object, [&](QWidget *w) { body; return QString(); }, [&](QWindow *w) { body; return QString(); })
+
 } // namespace
 
-QtWindowDelegate::QtWindowDelegate()
-    : WindowInteractionDelegate(QStringLiteral("QWidget"))
+QtWindowDelegate::QtWindowDelegate(const QString &className)
+    : WindowInteractionDelegate(className)
 {
 }
 
@@ -52,100 +71,113 @@ QtWindowDelegate::~QtWindowDelegate() = default;
 
 FunctionCallResult<void> QtWindowDelegate::closeWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        return w->close() ? QString() : QStringLiteral("The window refused to close.");
-    });
+    const auto refused = [](bool closed) { return closed ? QString() : QStringLiteral("The window refused to close."); };
+    return onWindow(window, [&](QWidget *w) { return refused(w->close()); },
+                    [&](QWindow *w) { return refused(w->close()); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::maximizeWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        w->showMaximized();
-        return QString();
-    });
+    return VEXIL_ON_WINDOW(window, w->showMaximized());
 }
 
 FunctionCallResult<void> QtWindowDelegate::minimizeWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        w->showMinimized();
-        return QString();
-    });
+    return VEXIL_ON_WINDOW(window, w->showMinimized());
 }
 
 FunctionCallResult<void> QtWindowDelegate::moveWindowTo(Object::Ptr window, int x, int y) const
 {
-    return onWindow(window, [x, y](QWidget *w) {
-        w->move(x, y);
-        return QString();
-    });
+    // Both place the frame's corner.
+    return onWindow(window, [&](QWidget *w) { w->move(x, y); return QString(); },
+                    [&](QWindow *w) { w->setFramePosition(QPoint(x, y)); return QString(); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::resizeWindowTo(Object::Ptr window, int width, int height) const
 {
-    return onWindow(window, [width, height](QWidget *w) {
-        if (width < 0 || height < 0)
-            return QStringLiteral("Cannot resize a window to %1x%2.").arg(width).arg(height);
-        w->resize(width, height);
-        return QString();
-    });
+    if (!windowOf(window))
+        return FunctionCallResult<void>(notAWindow(window));
+    if (width < 0 || height < 0)
+        return FunctionCallResult<void>(QStringLiteral("Cannot resize a window to %1x%2.").arg(width).arg(height));
+    return VEXIL_ON_WINDOW(window, w->resize(width, height));
 }
 
 FunctionCallResult<void> QtWindowDelegate::restoreWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        w->showNormal();
-        return QString();
-    });
+    return VEXIL_ON_WINDOW(window, w->showNormal());
 }
 
 FunctionCallResult<void> QtWindowDelegate::setFullscreenWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        w->showFullScreen();
-        return QString();
-    });
+    return VEXIL_ON_WINDOW(window, w->showFullScreen());
 }
 
 FunctionCallResult<void> QtWindowDelegate::setForegroundWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        if (w->isMinimized())
-            w->showNormal();
-        else
-            w->show();
-        w->raise();
-        w->activateWindow();
-        return QString();
-    });
+    return onWindow(window,
+                    [](QWidget *w) {
+                        if (w->isMinimized())
+                            w->showNormal();
+                        else
+                            w->show();
+                        w->raise();
+                        w->activateWindow();
+                        return QString();
+                    },
+                    [](QWindow *w) {
+                        if (w->windowStates() & Qt::WindowMinimized)
+                            w->showNormal();
+                        else
+                            w->show();
+                        w->raise();
+                        w->requestActivate();
+                        return QString();
+                    });
 }
 
 FunctionCallResult<void> QtWindowDelegate::setFocusedWindow(Object::Ptr window) const
 {
-    return onWindow(window, [](QWidget *w) {
-        if (!w->isVisible())
-            return QStringLiteral("Cannot focus the hidden window %1.").arg(w->objectName());
-        w->activateWindow();
-        // The platform may grant the activation later or not at all; the application takes it at once.
-        QApplication::setActiveWindow(w);
-        return QString();
-    });
+    const auto hidden = [](const QString &name) { return QStringLiteral("Cannot focus the hidden window %1.").arg(name); };
+    return onWindow(window,
+                    [&](QWidget *w) {
+                        if (!w->isVisible())
+                            return hidden(w->objectName());
+                        w->activateWindow();
+                        // The platform may grant the activation later or not at all; the application takes it
+                        // at once.
+                        QApplication::setActiveWindow(w);
+                        return QString();
+                    },
+                    [&](QWindow *w) {
+                        if (!w->isVisible())
+                            return hidden(w->objectName());
+                        w->requestActivate();
+                        QWindowSystemInterface::handleWindowActivated(w);
+                        QWindowSystemInterface::flushWindowSystemEvents();
+                        return QString();
+                    });
 }
 
 FunctionCallResult<Object::Ptr> QtWindowDelegate::focusedWindow() const
 {
-    QWidget *w = QApplication::activeWindow();
-    if (!w && QApplication::focusWidget())
-        w = QApplication::focusWidget()->window();
-    return FunctionCallResult<Object::Ptr>(wrapQObject(w));
+    if (m_widgets) {
+        QWidget *w = hasWidgets() ? QApplication::activeWindow() : nullptr;
+        if (!w && hasWidgets() && QApplication::focusWidget())
+            w = QApplication::focusWidget()->window();
+        return FunctionCallResult<Object::Ptr>(wrapQObject(w));
+    }
+    // A widget's own QWindow is not an object of the model; its widget answers for it.
+    QWindow *w = QGuiApplication::focusWindow();
+    const bool ofAWidget = w && w->inherits("QWidgetWindow");
+    return FunctionCallResult<Object::Ptr>(ofAWidget ? Object::Ptr() : wrapQObject(w));
 }
 
 FunctionCallResult<ScreenRectangle> QtWindowDelegate::windowGeometry(Object::Ptr window) const
 {
-    QWidget *w = windowWidget(window);
-    if (!w)
-        return FunctionCallResult<ScreenRectangle>(ScreenRectangle(), notAWidget(window).error);
-    const QRect r = w->frameGeometry();
+    const WindowTarget t = windowOf(window);
+    if (!t)
+        return FunctionCallResult<ScreenRectangle>(ScreenRectangle(), notAWindow(window));
+    const QRect r = t.widget ? t.widget->frameGeometry() : t.window->frameGeometry();
     return FunctionCallResult<ScreenRectangle>(ScreenRectangle(r.x(), r.y(), r.width(), r.height()));
 }
 

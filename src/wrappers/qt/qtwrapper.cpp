@@ -134,7 +134,7 @@ bool install()
     // Widget slots take widgets; their parameter types must be known before the classes are made.
     qRegisterMetaType<QObject *>();
     qRegisterMetaType<QWidget *>();
-    const Class *widgetClass = classForMetaObject(&QWidget::staticMetaObject);
+    classForMetaObject(&QWidget::staticMetaObject);
 
     // The Inspector builds its list of top-level delegates once; join it if it already exists.
     const bool listBuilt = insp->topLevelHierarchyDelegates() != nullptr;
@@ -143,8 +143,10 @@ bool install()
     if (listBuilt)
         insp->addTopLevelHierarchyDelegate(topLevel);
 
-    new QtWindowDelegate();
-    registerWindowInteractionMethods(widgetClass);
+    // The functions take any QObject: the delegate of its class says whether it is a window.
+    new QtWindowDelegate(QStringLiteral("QWidget"));
+    new QtWindowDelegate(QStringLiteral("QWindow"));
+    registerWindowInteractionMethods(classForMetaObject(&QObject::staticMetaObject));
     registerInputFunctions();
     registerItemFunctions();
     registerScreenshotFunctions();

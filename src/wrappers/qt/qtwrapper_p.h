@@ -194,11 +194,12 @@ public:
     int wrapperType(Object::Ptr object) const override;
 };
 
-/// Window operations on QWidgets: each acts on the widget's window.
+/// Window operations on QWidgets (each acts on the widget's window) and on QWindows (Qt Quick windows); one
+/// instance is registered for each of the two classes.
 class QtWindowDelegate : public WindowInteractionDelegate
 {
 public:
-    QtWindowDelegate();
+    explicit QtWindowDelegate(const QString &className);
     ~QtWindowDelegate() override;
 
     FunctionCallResult<void> closeWindow(Object::Ptr window) const override;
@@ -212,6 +213,9 @@ public:
     FunctionCallResult<void> setFocusedWindow(Object::Ptr window) const override;
     FunctionCallResult<Object::Ptr> focusedWindow() const override;
     FunctionCallResult<ScreenRectangle> windowGeometry(Object::Ptr window) const override;
+
+private:
+    const bool m_widgets = className() == QLatin1String("QWidget");
 };
 
 /// Turns clicks, key presses and text changes on widgets and Qt Quick items into records for the Inspector's notify delegate.
