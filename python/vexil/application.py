@@ -1,5 +1,6 @@
 """Application and Object: the program under test and its objects, driven through one agent connection."""
 import builtins
+import collections
 import os
 import shutil
 import signal
@@ -13,6 +14,8 @@ from .errors import (ApplicationGone, Error, InvocationError, LaunchError, Objec
                      StaleObject, TimeoutError, WaitTimeout, exit_text)
 
 CLIENT_NAME = "vexil-python"
+# Handles no object uses any more are given back to the agent this many at a time (one round trip each batch).
+RELEASE_BATCH = 64
 
 
 def timeout_factor():
@@ -118,6 +121,12 @@ class Object:
     def __repr__(self):
         return "<vexil.Object %s #%d>" % (self.class_name, self._vexil_handle)
 
+    def __del__(self):
+        try:
+            self._app._drop_handle(self._vexil_handle)
+        except Exception:  # an interpreter shutting down may have torn the application down first
+            pass
+
 
 def _result(reader):
     # Invoke and Call answer the result and whether the call completed; a call that entered a modal
@@ -146,6 +155,9 @@ class Application:
         self._gone = None
         self._classes = {}
         self._invalidated = set()
+        # Objects alive per handle; handles none of them holds any more go back to the agent in batches.
+        self._handle_users = collections.Counter()
+        self._unused_handles = set()
         self._recorded = []
         self.recording = False
         self.call_timeout = 20.0 * timeout_factor()
@@ -167,6 +179,8 @@ class Application:
             raise ApplicationGone(str(self._gone), self._gone.exit_code)
         if isinstance(body, Writer):
             body = body.bytes()
+        if len(self._unused_handles) >= RELEASE_BATCH and kind != codec.RELEASE:
+            self._release_unused()
         try:
             answer, data = self._conn.request(kind, body, self.call_timeout if timeout is None else timeout)
         except ConnectionClosed:
@@ -193,7 +207,24 @@ class Application:
         return self._gone
 
     def _make_object(self, handle, class_name):
+        self._handle_users[handle] += 1
+        self._unused_handles.discard(handle)
         return Object(self, handle, class_name)
+
+    def _drop_handle(self, handle):
+        self._handle_users[handle] -= 1
+        if self._handle_users[handle] <= 0:
+            del self._handle_users[handle]
+            self._unused_handles.add(handle)
+
+    def _release_unused(self):
+        handles = list(self._unused_handles)
+        self._unused_handles.clear()
+        self._invalidated.difference_update(handles)
+        body = Writer().u32(len(handles))
+        for handle in handles:
+            body.u64(handle)
+        self._request(codec.RELEASE, body)
 
     def _on_push(self, kind, body):
         reader = Reader(body, self._make_object)

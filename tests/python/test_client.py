@@ -68,6 +68,17 @@ def test_wait_recording_and_stale_objects(demo):
         dialog.property("windowTitle")
 
 
+def test_handles_go_back_to_the_agent_when_no_object_uses_them(demo, monkeypatch):
+    monkeypatch.setattr(vexil.application, "RELEASE_BATCH", 1)
+    edit, again = demo.find_object(NAME_EDIT), demo.find_object(NAME_EDIT)
+    handle = edit._vexil_handle
+    del edit
+    assert demo.find_object(NAME_EDIT) == again and again.text == ""  # another object still uses it
+    del again
+    demo.ping()  # gives it back
+    assert demo.find_object(NAME_EDIT)._vexil_handle != handle  # handles are never reused
+
+
 def test_screenshot_is_a_png_of_the_object(demo):
     label = demo.find_object(":mainWindow.statusLabel_QLabel")
     for png, obj in ((demo.screenshot(label), label), (demo.screenshot(), demo.find_object(WINDOW))):
