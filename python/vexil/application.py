@@ -172,7 +172,7 @@ class Application:
             raise ProtocolError("the agent speaks protocol %d, this client %d"
                                 % (version, codec.PROTOCOL_VERSION))
 
-    # Requests -------------------------------------------------------------------------------------------
+    # Requests
 
     def _request(self, kind, body, *, timeout=None, read=None, name=None, waiting=False):
         if self._gone:
@@ -258,7 +258,7 @@ class Application:
                              timeout=self.call_timeout + max(wait_ms, 0) / 1000.0,
                              read=lambda r: (r.value(), r.value(), r.values(), r.boolean()))
 
-    # Public surface -------------------------------------------------------------------------------------
+    # Public surface
 
     def find_object(self, name):
         """The object of that name (symbolic, multi-property or dotted); ObjectNotFound otherwise."""

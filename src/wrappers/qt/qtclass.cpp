@@ -302,7 +302,6 @@ QString typeNameOf(const Object::Ptr &value)
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // Types and values
 
 TypeInfo typeInfoForType(int typeId)
@@ -561,7 +560,6 @@ QString variantToText(const QVariant &value, const QMetaProperty &property)
     return value.toString();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Classes
 
 const Class *classForMetaObject(const QMetaObject *metaObject)

@@ -552,7 +552,6 @@ QMap<QString, PropertyValue> identifyingProperties(QObject *object)
 
 } // namespace
 
-// ---------------------------------------------------------------------------------------------------------
 // The tree
 
 bool hasWidgets()
@@ -696,7 +695,6 @@ QString realName(QObject *object)
     return name.qualifiedName();
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Name matching
 
 QObject *NameMatcher::find(const ObjectName &name, QObject *scope, bool report, int depth)
@@ -740,7 +738,6 @@ QObject *NameMatcher::resolveReference(const PropertyValue &value, bool windowsO
     return search(query, nullptr, true, false, QString());
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Hierarchy delegate
 
 QtHierarchyDelegate::QtHierarchyDelegate(const QString &className)

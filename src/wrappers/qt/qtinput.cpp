@@ -320,7 +320,6 @@ void strikeKey(const QPointer<QWindow> &widget, const KeyStroke &k)
     }
 }
 
-// ---------------------------------------------------------------------------------------------------------
 // Objects as input targets
 
 QString describe(const Object::Ptr &object)

@@ -253,7 +253,6 @@ private:
     std::vector<TouchSample> m_touchSamples;
 };
 
-// ---------------------------------------------------------------------------------------------------------
 // Input (qtinput.cpp)
 
 /// Where a mouse function acts: the widget that receives the events and the object's rectangle in it. For
@@ -299,7 +298,6 @@ Argument textParameter(const char *name);
 /// Sets the Inspector's error and returns the null pointer a failed global function gives.
 Object::Ptr failCall(const QString &text);
 
-// ---------------------------------------------------------------------------------------------------------
 // Item views and menus (qtitemviews.cpp)
 
 /// An item of an item view as the model holds it: the view (and the combo box whose pop-up it is) and
@@ -333,7 +331,6 @@ QString menuPath(QAction *action, QWidget **root);
 QAbstractItemView *viewOfViewport(QWidget *widget);
 void registerItemFunctions();
 
-// ---------------------------------------------------------------------------------------------------------
 // Screenshots and gestures (qtscreenshot.cpp, qtgesture.cpp)
 
 /// A PNG picture of \p rect of \p widget; empty with the reason in \p error when it cannot be had.
@@ -341,7 +338,6 @@ QByteArray screenshotPng(QWidget *widget, const QRect &rect, QString *error);
 void registerScreenshotFunctions();
 void registerGestureFunctions();
 
-// ---------------------------------------------------------------------------------------------------------
 // Qt Quick (qtquick.cpp)
 
 /// The item behind \p object, or null.
