@@ -2,7 +2,7 @@
 # Installs the Debian packages the build needs, and any named as arguments, only when one is missing.
 set -euo pipefail
 
-packages=(cmake g++ make pkg-config qtbase5-dev qtbase5-private-dev libtinyxml-dev libgtest-dev libgmock-dev
+packages=(cmake g++ make pkg-config qtbase5-dev qtbase5-private-dev libtinyxml-dev libglib2.0-dev libgtest-dev libgmock-dev
     libbenchmark-dev qtdeclarative5-dev qml-module-qtquick2 qml-module-qtquick-window2
     qtbase5-examples qtdeclarative5-examples python3-pytest python3-pytest-xdist "$@")
 missing=()

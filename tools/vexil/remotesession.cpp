@@ -9,7 +9,8 @@
 
 #include <QCoreApplication>
 #include <QFileInfo>
-#include <QProcess>
+
+#include <glib.h>
 
 namespace VexilTool {
 
@@ -75,13 +76,35 @@ RemoteSession::~RemoteSession()
     m_app.reset();
 }
 
+namespace {
+
+// The words of \p commandLine as a POSIX shell splits them (quotes, backslashes), without expansions.
+bool splitCommandLine(const QString &commandLine, QStringList *argv, QString *error)
+{
+    gint argc = 0;
+    gchar **words = nullptr;
+    GError *failure = nullptr;
+    if (!g_shell_parse_argv(commandLine.toUtf8().constData(), &argc, &words, &failure)) {
+        // An empty line is "no program", not a parse error.
+        *error = commandLine.trimmed().isEmpty()
+            ? QStringLiteral("--app needs a program")
+            : QStringLiteral("cannot split --app: %1").arg(QString::fromUtf8(failure->message));
+        g_clear_error(&failure);
+        return false;
+    }
+    for (gint i = 0; i < argc; ++i)
+        argv->append(QString::fromUtf8(words[i]));
+    g_strfreev(words);
+    return true;
+}
+
+} // namespace
+
 std::unique_ptr<RemoteSession> RemoteSession::launch(const QString &commandLine, bool visible, QString *error)
 {
-    const QStringList argv = QProcess::splitCommand(commandLine);
-    if (argv.isEmpty()) {
-        *error = QStringLiteral("--app needs a program");
+    QStringList argv;
+    if (!splitCommandLine(commandLine, &argv, error))
         return nullptr;
-    }
     std::unique_ptr<RemoteSession> session(new RemoteSession);
     Vexil::Remote::Application::Options options;
     options.visible = visible;
