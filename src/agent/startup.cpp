@@ -127,11 +127,26 @@ void startOnEventLoop()
 // The first process that starts Qt takes the launcher's request and cleans the environment, so that a
 // wrapper script in front of the program passes the request on, and the program's own children do not
 // inherit it.
+QtMessageHandler g_previousMessageHandler = nullptr;
+
+// The offscreen platform, which the launchers choose, warns about each window feature it lacks ("This plugin
+// does not support propagateSizeHints()"): noise about the test set-up, not about the program.
+void withoutOffscreenNoise(QtMsgType type, const QMessageLogContext &context, const QString &message)
+{
+    if (type == QtWarningMsg && message.startsWith(QLatin1String("This plugin does not support ")))
+        return;
+    if (g_previousMessageHandler)
+        g_previousMessageHandler(type, context, message);
+}
+
 void onQtStartup()
 {
     if (g_started || !std::getenv("VEXIL_AGENT_SOCKET"))
         return;
     g_started = true;
+    const char *platform = std::getenv("QT_QPA_PLATFORM");
+    if (platform && std::strncmp(platform, "offscreen", 9) == 0)
+        g_previousMessageHandler = qInstallMessageHandler(withoutOffscreenNoise);
     removeSelfFromPreload(g_selfPath);
     g_config = new RawConfig;
     g_config->socketPath = takeEnv("VEXIL_AGENT_SOCKET");
