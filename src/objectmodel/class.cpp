@@ -631,6 +631,16 @@ RemoteClassBase::RemoteClassBase(int contextId)
 {
 }
 
+RemoteClassBase::RemoteClassBase(int contextId, const QByteArray &name, Namespace *ns, int classId)
+    : Class()
+    , m_contextId(contextId)
+{
+    ClassPrivate *p = ClassPrivate::get(this);
+    p->name = name;
+    p->nameSpace = ns;
+    p->classId = classId;
+}
+
 RemoteClassBase::~RemoteClassBase() = default;
 
 // Namespaces

@@ -201,6 +201,11 @@ public:
     ~RemoteClassBase() override;
     int applicationContextId() const { return m_contextId; }
 
+protected:
+    /// A class of another program, under that program's fully qualified \p name and \p classId (the numbers
+    /// its values travel with); it is not registered with this process's Inspector.
+    RemoteClassBase(int contextId, const QByteArray &name, Namespace *ns, int classId);
+
 private:
     int m_contextId;
 };

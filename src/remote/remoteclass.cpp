@@ -8,7 +8,6 @@
 #include "datetime.h"
 #include "inspector.h"
 #include "mapclass.h"
-#include "object_p.h"
 #include "screenpoint.h"
 #include "screenrectangle.h"
 
@@ -60,16 +59,11 @@ bool ClassDescription::read(QDataStream &in)
 
 RemoteClass::RemoteClass(RemoteInspectorPrivate *owner, const ClassDescription &description, int classId,
                          Namespace *ns)
-    : RemoteClassBase(int(owner->contextId))
+    // The program's fully qualified name is the one every wire value and every script uses.
+    : RemoteClassBase(int(owner->contextId), description.name.toLatin1(), ns, classId)
     , m_owner(owner)
     , m_description(description)
 {
-    // RemoteClassBase is made without a name; the program's fully qualified name is the one every wire value
-    // and every script uses, so it is the name here too.
-    ClassPrivate *p = ClassPrivate::get(this);
-    p->name = description.name.toLatin1();
-    p->nameSpace = ns;
-    p->classId = classId;
     setNumMethods(description.methods.size());
     setNumProperties(description.properties.size());
     setNumEnums(description.enums.size());
