@@ -1,4 +1,5 @@
-// tst_datetime.cpp: the DateTime value, its stream forms and its script class.
+// tst_datetime.cpp: the DateTime value, its stream forms and its script class, with the checked paths all
+// value classes share.
 #include "testsupport.h"
 
 #include "datetime.h"
@@ -38,12 +39,6 @@ std::vector<int> read(const std::string &text, bool *failed = nullptr)
     if (failed)
         *failed = in.fail();
     return fields(d);
-}
-
-int field(const Object::Ptr &object, const char *name)
-{
-    const Object::Ptr value = dateTimeClass()->property(QString::fromLatin1(name))->get(object);
-    return value ? value->toInteger() : -999;
 }
 
 typedef std::vector<int> F;
@@ -105,23 +100,24 @@ TEST(DateTimeClass, ScriptConstructsReadsAndWrites)
     EXPECT_EQ(fields(unwrapDateTime(date)), F({ 2024, 3, 5, -1, -1, -1 }));
     Object::Ptr full = cls->constructor(2)->construct(
         ObjectList { integer(2024), integer(3), integer(5), integer(7), integer(8), integer(9) });
-    ASSERT_TRUE(full);
     // The copy constructor takes a copy: changing the copy leaves the original.
     Object::Ptr copy = cls->construct(ObjectList { full });
-    ASSERT_TRUE(copy);
-    EXPECT_TRUE(cls->property(QStringLiteral("minute"))->set(copy, integer(30)));
-    EXPECT_TRUE(cls->property(QStringLiteral("year"))->set(copy, insp()->createPrimitive(2001LL)));
+    EXPECT_TRUE(VexilTest::writeProperty(copy, "minute", integer(30)));
+    EXPECT_TRUE(VexilTest::writeProperty(copy, "year", insp()->createPrimitive(2001LL)));
     EXPECT_EQ(fields(unwrapDateTime(copy)), F({ 2001, 3, 5, 7, 30, 9 }));
-    EXPECT_EQ(field(full, "minute"), 8);
+    EXPECT_EQ(VexilTest::readProperty(full, "minute")->toInteger(), 8);
 
-    // Raw slots refuse indexes without a property; objects of other classes are not written through.
+    // Raw slots refuse indexes without a property and a missing value; objects of other classes are
+    // neither read nor written through.
     DateTime raw(1, 2, 3);
     int value = 4;
     EXPECT_FALSE(cls->setProperty(6, &raw, &value));
+    EXPECT_FALSE(cls->setProperty(0, &raw, nullptr));
     EXPECT_EQ(cls->getProperty(6, &raw, cls), nullptr);
     EXPECT_TRUE(cls->setProperty(2, &raw, &value));
     EXPECT_EQ(raw.day, 4);
-    EXPECT_FALSE(cls->property(QStringLiteral("year"))->set(integer(1), integer(2)));
+    EXPECT_FALSE(cls->property("year")->set(integer(1), integer(2)));
+    EXPECT_EQ(cls->property("year")->get(integer(1)), nullptr);
 }
 
 TEST(DateTimeClass, BadConstructionGivesNull)

@@ -15,17 +15,18 @@
 #include <QRect>
 #include <QSet>
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <memory>
 
 #include <sys/types.h>
 
 using namespace Vexil;
-using VexilTest::insp;
 using Vexil::Remote::Application;
 using Vexil::Remote::RemoteInspector;
+using VexilTest::callMethod;
+using VexilTest::insp;
+using VexilTest::readProperty;
+using VexilTest::writeProperty;
 
 namespace {
 
@@ -36,10 +37,6 @@ std::unique_ptr<Application> launchDemo(const Application::Options &options = Ap
     EXPECT_TRUE(app) << error.toStdString();
     return app;
 }
-
-using VexilTest::callMethod;
-using VexilTest::readProperty;
-using VexilTest::writeProperty;
 
 // The demo under the agent, with a RemoteInspector installed for it.
 class Demo : public ::testing::Test
