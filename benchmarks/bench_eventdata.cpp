@@ -23,8 +23,8 @@ const std::vector<EventData> &records()
         v.reserve(kRecords);
         Inspector *insp = Inspector::self();
         for (int i = 0; i < kRecords; ++i) {
-            const ObjectList args{insp->createPrimitive(i), insp->createPrimitive(i * 0.5),
-                                  insp->createPrimitive("some typed text")};
+            const ObjectList args { insp->createPrimitive(i), insp->createPrimitive(i * 0.5),
+                                    insp->createPrimitive("some typed text") };
             v.emplace_back(QStringLiteral("setValue"), QStringLiteral("settings.spinBox"), args);
         }
         return v;

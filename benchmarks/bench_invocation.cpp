@@ -25,8 +25,8 @@ public:
     {
         const Class *integer = Inspector::self()->type(Inspector::Int);
         const Signature sig(Argument(QStringLiteral("a"), integer), Argument(QStringLiteral("b"), integer));
-        return new Method(this, Argument(Inspector::self()->type(Inspector::Void)), QStringLiteral("add"), sig,
-                          false, index);
+        return new Method(this, Argument(Inspector::self()->type(Inspector::Void)), QStringLiteral("add"),
+                          sig, false, index);
     }
 
     using Class::invoke;

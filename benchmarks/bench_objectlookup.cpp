@@ -145,7 +145,8 @@ void BM_FindObjectCachedSymbolic(benchmark::State &state)
     insp->lookupCacheEnabled = true;
     ObjectMap map;
     for (int i = 0; i < 10000; ++i)
-        map.add(Vexil::ObjectName(QStringLiteral("{name='w%1' type='QWidget'}").arg(i)), QStringLiteral(":w%1").arg(i));
+        map.add(Vexil::ObjectName(QStringLiteral("{name='w%1' type='QWidget'}").arg(i)),
+                QStringLiteral(":w%1").arg(i));
     map.add(Vexil::ObjectName(lastPath().join(QLatin1Char('.'))), QStringLiteral(":Target"));
     const QString name = QStringLiteral(":Target");
     if (!insp->findObject(name))
@@ -175,7 +176,7 @@ BENCHMARK(BM_FindObjectFiveLevels);
 
 void BM_QObjectFindChildFiveLevels(benchmark::State &state)
 {
-    QObject root;     // stands for the application: the top-level objects are its direct children
+    QObject root; // stands for the application: the top-level objects are its direct children
     for (int i = 0; i < kFanOut; ++i)
         buildQObject(childName(1, i), 1, &root);
     const QStringList parts = lastPath();

@@ -14,15 +14,16 @@ using Vexil::ObjectMap;
 
 namespace {
 
-const char *const kTypes[] = {"QPushButton", "QLabel", "QLineEdit", "QComboBox", "QTreeView", "QCheckBox",
-                              "QSpinBox", "QToolButton"};
-const char *const kTexts[] = {"Save",         "Cancel",       "OK", "File name:", "It\\'s done", "C:\\\\temp",
-                              "Apply changes", "Recent files"};
+const char *const kTypes[] = { "QPushButton", "QLabel",    "QLineEdit", "QComboBox",
+                               "QTreeView",   "QCheckBox", "QSpinBox",  "QToolButton" };
+const char *const kTexts[] = { "Save",       "Cancel",        "OK",          "File name:", "It\\'s done",
+                               "C:\\\\temp", "Apply changes", "Recent files" };
 
-struct NamePart {
+struct NamePart
+{
     QString key;
     QString op;
-    QString value;       // quoted value text as written (escapes kept), or a nested name
+    QString value; // quoted value text as written (escapes kept), or a nested name
     bool nested;
     QByteArray nestedJson;
 };
@@ -33,10 +34,10 @@ QString makeName(QRandomGenerator &rng, int depth, QByteArray *json)
 {
     std::vector<NamePart> parts;
     auto plain = [&](const char *key, const char *op, const QString &value) {
-        parts.push_back({QLatin1String(key), QLatin1String(op), value, false, QByteArray()});
+        parts.push_back({ QLatin1String(key), QLatin1String(op), value, false, QByteArray() });
     };
     auto nested = [&](const char *key) {
-        NamePart part{QLatin1String(key), QStringLiteral("="), QString(), true, QByteArray()};
+        NamePart part { QLatin1String(key), QStringLiteral("="), QString(), true, QByteArray() };
         part.value = makeName(rng, depth + 1, &part.nestedJson);
         parts.push_back(part);
     };
@@ -80,7 +81,8 @@ QString makeName(QRandomGenerator &rng, int depth, QByteArray *json)
     return name;
 }
 
-struct Corpus {
+struct Corpus
+{
     QStringList names;
     std::vector<QByteArray> json;
     qint64 nameBytes = 0;
@@ -170,7 +172,7 @@ void BM_LoadFromString100k(benchmark::State &state)
         ObjectMap map(false);
         map.loadFromString(text);
         benchmark::DoNotOptimize(map.size());
-        state.PauseTiming();        // keep the teardown of 200,000 map nodes out of the figure
+        state.PauseTiming(); // keep the teardown of 200,000 map nodes out of the figure
         map.clear();
         state.ResumeTiming();
     }
@@ -206,8 +208,9 @@ BENCHMARK(BM_FirstLookupAfterLoad100k)->Unit(benchmark::kMillisecond);
 
 // Real names as a recorder produces them: the stored properties in another order and spacing, so
 // the text alone does not find them; a few plain names and one name the map does not hold.
-struct LookupFixture {
-    ObjectMap map{false};
+struct LookupFixture
+{
+    ObjectMap map { false };
     QStringList names;
     LookupFixture()
     {
@@ -230,7 +233,7 @@ struct LookupFixture {
             names << QStringLiteral("{ ") + parts.join(QStringLiteral("  ")) + QStringLiteral(" }");
         }
         names << QStringLiteral("{type='QLabel' text='not in the map' window=':Window3_QDialog'}");
-        map.printableName(names.first());       // builds the index
+        map.printableName(names.first()); // builds the index
     }
 };
 

@@ -16,10 +16,10 @@ namespace {
 
 constexpr int Panels = 100;
 constexpr int ButtonsPerPanel = 60;
-constexpr int LabelsPerPanel = 39;        // with the panels themselves: 10,000 widgets in the main window
+constexpr int LabelsPerPanel = 39; // with the panels themselves: 10,000 widgets in the main window
 
-const QString LookupName =
-    QStringLiteral("{type='QPushButton' text='OK' window={type='QMainWindow' name='benchWindow'}}");
+const QString LookupName = QStringLiteral(
+    "{type='QPushButton' text='OK' window={type='QMainWindow' name='benchWindow'}}");
 
 struct Application
 {

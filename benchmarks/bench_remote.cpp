@@ -51,7 +51,8 @@ Setup &setup()
     QtWrapper::install();
     s.localEdit = Inspector::self()->findObject(ObjectName);
 
-    s.app = Remote::Application::launch({ QStringLiteral(VEXIL_DEMO_PATH) }, Remote::Application::Options(), &s.error);
+    s.app = Remote::Application::launch({ QStringLiteral(VEXIL_DEMO_PATH) }, Remote::Application::Options(),
+                                        &s.error);
     if (!s.app)
         return s;
     s.remote.reset(new Remote::RemoteInspector(s.app->connection()));
@@ -133,7 +134,7 @@ void BM_RemoteStep(benchmark::State &state)
     request.name = QStringLiteral("{type='QPushButton' text='OK'}");
     request.action = Remote::StepRequest::InvokeMethod;
     request.member = QStringLiteral("click");
-    request.properties = QStringList{ QStringLiteral("text") };
+    request.properties = QStringList { QStringLiteral("text") };
     Remote::StepAnswer answer;
     for (auto _ : state) {
         if (!s.remote->step(request, &answer)) {

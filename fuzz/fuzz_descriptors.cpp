@@ -27,7 +27,8 @@ Argument someArgument()
 
 Signature someSignature()
 {
-    return Signature(someArgument(), Argument(Inspector::self()->type(Inspector::Char), ObjectAttribute::Pointer));
+    return Signature(someArgument(),
+                     Argument(Inspector::self()->type(Inspector::Char), ObjectAttribute::Pointer));
 }
 
 // The descriptors as a wrapper makes them, so that a failed read has something to keep.
@@ -35,13 +36,20 @@ template <class D>
 std::unique_ptr<D> make();
 
 template <>
-std::unique_ptr<Argument> make() { return std::unique_ptr<Argument>(new Argument(someArgument())); }
+std::unique_ptr<Argument> make()
+{
+    return std::unique_ptr<Argument>(new Argument(someArgument()));
+}
 template <>
-std::unique_ptr<Signature> make() { return std::unique_ptr<Signature>(new Signature(someSignature())); }
+std::unique_ptr<Signature> make()
+{
+    return std::unique_ptr<Signature>(new Signature(someSignature()));
+}
 template <>
 std::unique_ptr<Method> make()
 {
-    std::unique_ptr<Method> m(new Method(gestureClass(), someArgument(), QStringLiteral("m"), someSignature(), true, 3));
+    std::unique_ptr<Method> m(
+        new Method(gestureClass(), someArgument(), QStringLiteral("m"), someSignature(), true, 3));
     m->deprecate(QStringLiteral("gone"));
     return m;
 }
@@ -54,7 +62,8 @@ template <>
 std::unique_ptr<PropertyDeclaration> make()
 {
     return std::unique_ptr<PropertyDeclaration>(
-        new PropertyDeclaration(gestureClass(), someArgument(), QStringLiteral("p"), 3, QStringLiteral("r"), QStringLiteral("w")));
+        new PropertyDeclaration(gestureClass(), someArgument(), QStringLiteral("p"), 3, QStringLiteral("r"),
+                                QStringLiteral("w")));
 }
 template <>
 std::unique_ptr<Property> make()
@@ -118,14 +127,30 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const uint8_t which = input.byte() % 8;
     const QByteArray bytes = input.rest();
     switch (which) {
-    case 0: roundTrip<Argument>(bytes); break;
-    case 1: roundTrip<Signature>(bytes); break;
-    case 2: roundTrip<Method>(bytes); break;
-    case 3: roundTrip<Constructor>(bytes); break;
-    case 4: roundTrip<PropertyDeclaration>(bytes); break;
-    case 5: roundTrip<Property>(bytes); break;
-    case 6: roundTrip<Enum>(bytes); break;
-    case 7: roundTrip<Event>(bytes); break;
+    case 0:
+        roundTrip<Argument>(bytes);
+        break;
+    case 1:
+        roundTrip<Signature>(bytes);
+        break;
+    case 2:
+        roundTrip<Method>(bytes);
+        break;
+    case 3:
+        roundTrip<Constructor>(bytes);
+        break;
+    case 4:
+        roundTrip<PropertyDeclaration>(bytes);
+        break;
+    case 5:
+        roundTrip<Property>(bytes);
+        break;
+    case 6:
+        roundTrip<Enum>(bytes);
+        break;
+    case 7:
+        roundTrip<Event>(bytes);
+        break;
     }
     return 0;
 }

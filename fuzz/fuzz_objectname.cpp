@@ -42,7 +42,8 @@ void checkMatching(const Props &props, const QString &candidate)
     }
     // Without brackets and backslashes every wildcard character stands for itself or for what covers it.
     if (!hasAny(candidate, "[]\\"))
-        FUZZ_CHECK(PropertyValue(candidate, PropertyValue::Wildcard, PropertyValue::PlainText).matches(candidate));
+        FUZZ_CHECK(
+            PropertyValue(candidate, PropertyValue::Wildcard, PropertyValue::PlainText).matches(candidate));
     PropertyValue(candidate, PropertyValue::RegularExpression, PropertyValue::PlainText).matches(candidate);
     FUZZ_CHECK(PropertyValue(candidate, PropertyValue::Equals, PropertyValue::PlainText).matches(candidate));
 }
@@ -76,7 +77,8 @@ void checkObjectName(const QString &text, const Props &parsed, const QString &pa
         // Editing leaves only the properties current; the text is reprinted from them.
         ObjectName edited(name);
         edited.setProperty(QStringLiteral("occurrence"),
-                           PropertyValue(QStringLiteral("2"), PropertyValue::Equals, PropertyValue::PlainText));
+                           PropertyValue(QStringLiteral("2"), PropertyValue::Equals,
+                                         PropertyValue::PlainText));
         FUZZ_CHECK(edited.qualifiedName() == qualifiedNameFromProperties(edited.properties()));
         FUZZ_CHECK(edited.occurrenceValue() == 2);
         if (!parsed.isEmpty()) {
@@ -92,7 +94,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
 {
     VexilFuzz::initialize();
     ObjectMap *map = ObjectMap::self();
-    map->add(ObjectName(QStringLiteral("{type='QDialog' windowTitle='Save'}")), QStringLiteral(":Dialog_QDialog"));
+    map->add(ObjectName(QStringLiteral("{type='QDialog' windowTitle='Save'}")),
+             QStringLiteral(":Dialog_QDialog"));
     map->add(ObjectName(QStringLiteral("{text='OK' type='QPushButton' window=':Dialog_QDialog'}")),
              QStringLiteral(":Dialog.OK_QPushButton"));
     return 0;
@@ -125,7 +128,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!candidate.isNull()) {
         // Equality of names does not depend on the order they are asked in.
         FUZZ_CHECK(qualifiedNamesEqual(text, candidate) == qualifiedNamesEqual(candidate, text));
-        FUZZ_CHECK((ObjectName(text) == ObjectName(candidate)) == (ObjectName(candidate) == ObjectName(text)));
+        FUZZ_CHECK((ObjectName(text) == ObjectName(candidate))
+                   == (ObjectName(candidate) == ObjectName(text)));
     }
     return 0;
 }

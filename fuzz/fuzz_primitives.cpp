@@ -124,7 +124,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     shape.flags = ((bits & 1) ? ObjectAttribute::Pointer : 0u) | ((bits & 2) ? ObjectAttribute::Array : 0u);
     shape.nullStorage = (bits & 4) != 0;
     shape.invalidated = (bits & 8) != 0;
-    shape.count = int(input.byte() % 12) - 2;   // -2 to 9: counts below 1 mean 1
+    shape.count = int(input.byte() % 12) - 2; // -2 to 9: counts below 1 mean 1
     const QByteArray bytes = input.rest();
 
     void *foreign = nullptr;

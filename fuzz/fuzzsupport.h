@@ -12,13 +12,13 @@
 #include <cstdio>
 
 // A property every input must keep. The fuzzer treats the trap as a crash and saves the input.
-#define FUZZ_CHECK(cond)                                                                                    \
-    do {                                                                                                    \
-        if (!(cond)) {                                                                                      \
-            std::fprintf(stderr, "%s:%d: property violated: %s\n", __FILE__, __LINE__, #cond);             \
-            std::fflush(stderr);                                                                            \
-            __builtin_trap();                                                                               \
-        }                                                                                                   \
+#define FUZZ_CHECK(cond)                                                                                     \
+    do {                                                                                                     \
+        if (!(cond)) {                                                                                       \
+            std::fprintf(stderr, "%s:%d: property violated: %s\n", __FILE__, __LINE__, #cond);               \
+            std::fflush(stderr);                                                                             \
+            __builtin_trap();                                                                                \
+        }                                                                                                    \
     } while (0)
 
 namespace VexilFuzz {
@@ -30,7 +30,11 @@ void initialize();
 class Input
 {
 public:
-    Input(const uint8_t *data, size_t size) : m_data(data), m_size(size) { }
+    Input(const uint8_t *data, size_t size)
+        : m_data(data)
+        , m_size(size)
+    {
+    }
     uint8_t byte()
     {
         if (m_size == 0)

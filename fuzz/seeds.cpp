@@ -48,18 +48,21 @@ void eventSeeds()
     full.arguments.resize(3);
     full.arguments[2].kind = 9;
 
-    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{wrap(42), wrap("text")});
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList { wrap(42), wrap("text") });
     call.timeStamp = QTime(10, 0);
     EventData comment = EventData::fromComment(QStringLiteral("hi"));
     comment.timeStamp = QTime();
     EventData started = EventData::applicationStarted();
-    EventData function(QStringLiteral("f"), QStringList{QStringLiteral("1")}, QString());
+    EventData function(QStringLiteral("f"), QStringList { QStringLiteral("1") }, QString());
 
-    const std::pair<const char *, const EventData *> records[] = {
-        {"event-full", &full}, {"method-call", &call}, {"comment", &comment},
-        {"started", &started}, {"function-texts", &function}};
+    const std::pair<const char *, const EventData *> records[] = { { "event-full", &full },
+                                                                   { "method-call", &call },
+                                                                   { "comment", &comment },
+                                                                   { "started", &started },
+                                                                   { "function-texts", &function } };
     for (const auto &r : records)
-        save("eventdata", QLatin1String(r.first), streamed([&](QDataStream &s) { r.second->writeObject(s); }));
+        save("eventdata", QLatin1String(r.first),
+             streamed([&](QDataStream &s) { r.second->writeObject(s); }));
 }
 
 // Header bytes of the primitives target: class number, shape bits (1 pointer, 2 array), count + 2.
@@ -74,27 +77,38 @@ QByteArray shapeHeader(int type, int bits, int count)
 
 void primitiveSeeds()
 {
-    const char *names[] = {"short", "int", "long", "bool", "char", "double", "int64"};
+    const char *names[] = { "short", "int", "long", "bool", "char", "double", "int64" };
     for (int t = Inspector::Short; t <= Inspector::Int64; ++t) {
         Object::Ptr one;
         switch (t) {
-        case Inspector::Bool: one = Inspector::self()->createPrimitive(true); break;
-        case Inspector::Char: one = wrap("abc"); break;
-        case Inspector::Double: one = Inspector::self()->createPrimitive(0.1); break;
-        default: one = wrap(-70000); break;
+        case Inspector::Bool:
+            one = Inspector::self()->createPrimitive(true);
+            break;
+        case Inspector::Char:
+            one = wrap("abc");
+            break;
+        case Inspector::Double:
+            one = Inspector::self()->createPrimitive(0.1);
+            break;
+        default:
+            one = wrap(-70000);
+            break;
         }
         Object::Ptr value = t == Inspector::Char || t == Inspector::Bool || t == Inspector::Double
-            ? one : one->objectClass()->convertTo(one, prim(t), false);
+            ? one
+            : one->objectClass()->convertTo(one, prim(t), false);
         const QByteArray bytes = streamed([&](QDataStream &s) { value->streamObject(s); });
         const int bits = t == Inspector::Char ? 1 : 0;
         save("primitives", QLatin1String(names[t]) + QStringLiteral("-one"), shapeHeader(t, bits, 0) + bytes);
         save("primitives", QLatin1String(names[t]) + QStringLiteral("-array3"),
              shapeHeader(t, t == Inspector::Char ? 2 : 2, 3) + bytes + bytes + bytes);
     }
-    Object::Ptr texts = Inspector::self()->createPrimitive(QStringList{QStringLiteral("a"), QStringLiteral("bc")});
+    Object::Ptr texts = Inspector::self()->createPrimitive(
+        QStringList { QStringLiteral("a"), QStringLiteral("bc") });
     save("primitives", QStringLiteral("char-texts"),
          shapeHeader(Inspector::Char, 3, 2) + streamed([&](QDataStream &s) { texts->streamObject(s); }));
-    save("primitives", QStringLiteral("char-single"), shapeHeader(Inspector::Char, 0, 0) + QByteArray("A", 1));
+    save("primitives", QStringLiteral("char-single"),
+         shapeHeader(Inspector::Char, 0, 0) + QByteArray("A", 1));
 }
 
 template <class D>

@@ -125,7 +125,8 @@ DemoMainWindow::DemoMainWindow(QWidget *parent)
 
     QPushButton *ok = button(QStringLiteral("okButton"), QStringLiteral("OK"), form);
     QPushButton *clearButton = button(QStringLiteral("clearButton"), QStringLiteral("Clear"), form);
-    QPushButton *settingsButton = button(QStringLiteral("settingsButton"), QStringLiteral("Settings..."), central);
+    QPushButton *settingsButton = button(QStringLiteral("settingsButton"), QStringLiteral("Settings..."),
+                                         central);
     formLayout->addRow(ok, clearButton);
     connect(ok, &QPushButton::clicked, this, &DemoMainWindow::submit);
     connect(clearButton, &QPushButton::clicked, this, &DemoMainWindow::clearForm);

@@ -25,7 +25,7 @@ struct Widget
 
 Widget *addChild(Widget *parent, const QString &name, const QString &text)
 {
-    Widget *w = new Widget{name, text, {}, parent};
+    Widget *w = new Widget { name, text, {}, parent };
     parent->children.push_back(w);
     return w;
 }
@@ -45,8 +45,9 @@ public:
     {
         if (index != 0)
             return nullptr;
-        auto *decl = new PropertyDeclaration(this, Argument(Inspector::self()->type(Inspector::Char),
-                                                            ObjectAttribute::Pointer),
+        auto *decl = new PropertyDeclaration(this,
+                                             Argument(Inspector::self()->type(Inspector::Char),
+                                                      ObjectAttribute::Pointer),
                                              QStringLiteral("text"),
                                              PropertyDeclaration::Readable | PropertyDeclaration::Writable);
         return new Property(decl, this, index, true);
@@ -177,7 +178,7 @@ int main()
 
     // The application under test.
     std::vector<Widget *> topLevel;
-    Widget *main = new Widget{QStringLiteral("MainWindow"), QStringLiteral("Demo"), {}, nullptr};
+    Widget *main = new Widget { QStringLiteral("MainWindow"), QStringLiteral("Demo"), {}, nullptr };
     topLevel.push_back(main);
     Widget *form = addChild(main, QStringLiteral("form"), QString());
     addChild(form, QStringLiteral("nameEdit"), QStringLiteral("Ada"));
@@ -188,8 +189,9 @@ int main()
     new WidgetHierarchy(QStringLiteral("DemoWidget"), &topLevel);
     new WidgetHierarchy(QStringLiteral("Vexil::ToplevelQt"), &topLevel);
 
-    std::printf("The model knows %d classes; the first of the wrapper's is %s.\n", inspector->numClasses(),
-                inspector->type(QStringLiteral("DemoWidget"))->fullyQualifiedClassName().toUtf8().constData());
+    std::printf(
+        "The model knows %d classes; the first of the wrapper's is %s.\n", inspector->numClasses(),
+        inspector->type(QStringLiteral("DemoWidget"))->fullyQualifiedClassName().toUtf8().constData());
 
     std::printf("\nObject tree:\n");
     for (const Object::Ptr &top : inspector->objects())
@@ -203,7 +205,8 @@ int main()
         const Property *text = button->objectClass()->property(QStringLiteral("text"));
         std::printf("  okButton.text = %s\n", text->get(button)->toString().toUtf8().constData());
         text->set(button, inspector->createPrimitive("Save"));
-        std::printf("  after setting: okButton.text = %s\n", text->get(button)->toString().toUtf8().constData());
+        std::printf("  after setting: okButton.text = %s\n",
+                    text->get(button)->toString().toUtf8().constData());
         bool found = false;
         button->objectClass()->methods(QStringLiteral("click")).invoke(button, ObjectList(), &found);
         std::printf("  click() %s\n", found ? "called" : "not found");

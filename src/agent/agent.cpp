@@ -29,7 +29,10 @@ namespace Agent {
 class RecordSink : public EventNotifyDelegate
 {
 public:
-    explicit RecordSink(Agent *agent) : m_agent(agent) {}
+    explicit RecordSink(Agent *agent)
+        : m_agent(agent)
+    {
+    }
     void notifyEvent(const EventData &data) const override
     {
         QByteArray bytes;
@@ -44,8 +47,10 @@ public:
         // The real name too, so a recorder can keep the map even when the program is gone by then.
         const ObjectMap *map = ObjectMap::self();
         record.insert(QStringLiteral("realName"),
-                      map && data.objectId.startsWith(QLatin1Char(':')) ? map->realName(data.objectId) : data.objectId);
-        record.insert(QStringLiteral("name"), data.type == EventData::EventType ? data.eventName : data.methodName);
+                      map && data.objectId.startsWith(QLatin1Char(':')) ? map->realName(data.objectId)
+                                                                        : data.objectId);
+        record.insert(QStringLiteral("name"),
+                      data.type == EventData::EventType ? data.eventName : data.methodName);
         record.insert(QStringLiteral("data"), bytes);
         m_agent->recordRecord(record);
     }
@@ -298,7 +303,8 @@ void Agent::connectionClosed(Connection *connection)
 {
     m_connections.remove_if([connection](const QPointer<Connection> &c) { return !c || c == connection; });
     // Its waits have no one to answer any more.
-    m_waits.remove_if([connection](const Wait &w) { return !w.reply.connection || w.reply.connection == connection; });
+    m_waits.remove_if(
+        [connection](const Wait &w) { return !w.reply.connection || w.reply.connection == connection; });
 }
 
 void Agent::pushToAll(quint16 kind, const QByteArray &body)

@@ -35,7 +35,7 @@ QStringList &recentDiagnostics();
 struct Config
 {
     QString socketPath;
-    QString listen;  // "tcp:HOST:PORT" or empty
+    QString listen; // "tcp:HOST:PORT" or empty
     QByteArray token;
     double timeoutFactor = 1.0;
 };

@@ -32,7 +32,8 @@ Object::Ptr HandleTable::resolve(quint64 handle, Protocol::ErrorCode *error)
         return Object::Ptr();
     }
     const Object::Ptr object = it->second.object;
-    if (object->isInvalidated() || object->isNull() || (it->second.qobject.isNull() && QtWrapper::qobjectOf(object))) {
+    if (object->isInvalidated() || object->isNull()
+        || (it->second.qobject.isNull() && QtWrapper::qobjectOf(object))) {
         forget(handle);
         *error = Protocol::StaleObject;
         return Object::Ptr();

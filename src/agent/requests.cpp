@@ -60,9 +60,10 @@ QString notReadyText(const QString &name, const Object::Ptr &object)
 {
     QObject *q = QtWrapper::qobjectOf(object);
     auto *w = qobject_cast<QWidget *>(q);
-    const bool hidden = w ? !w->isVisible() : (q && q->property("visible").isValid() && !q->property("visible").toBool());
-    return QStringLiteral("Object '%1' was found but is %2.").arg(name, hidden ? QStringLiteral("not visible")
-                                                                              : QStringLiteral("not enabled"));
+    const bool hidden = w ? !w->isVisible()
+                          : (q && q->property("visible").isValid() && !q->property("visible").toBool());
+    return QStringLiteral("Object '%1' was found but is %2.")
+        .arg(name, hidden ? QStringLiteral("not visible") : QStringLiteral("not enabled"));
 }
 
 // A name for records of calls made on an object: its symbolic name in the map, as the recorder gives it.
@@ -130,9 +131,10 @@ private:
         Protocol::ErrorCode error = Protocol::NoSuchObject;
         const Object::Ptr object = m_agent->handles().resolve(handle, &error);
         if (!object)
-            fail(error, error == Protocol::StaleObject
-                            ? QStringLiteral("the object of handle %1 was destroyed").arg(handle)
-                            : QStringLiteral("no object has handle %1").arg(handle));
+            fail(error,
+                 error == Protocol::StaleObject
+                     ? QStringLiteral("the object of handle %1 was destroyed").arg(handle)
+                     : QStringLiteral("no object has handle %1").arg(handle));
         return object;
     }
     bool arguments(const QVariantList &values, ObjectList *args)
@@ -141,8 +143,9 @@ private:
             Protocol::ErrorCode error = Protocol::NoSuchObject;
             const Object::Ptr arg = fromWire(v, &m_agent->handles(), &error);
             if (!arg) {
-                fail(error, error == Protocol::StaleObject ? QStringLiteral("an argument's object was destroyed")
-                                                            : QStringLiteral("an argument names no object"));
+                fail(error,
+                     error == Protocol::StaleObject ? QStringLiteral("an argument's object was destroyed")
+                                                    : QStringLiteral("an argument names no object"));
                 return false;
             }
             args->push_back(arg);
@@ -206,7 +209,9 @@ void Agent::handleRequest(Connection *connection, const Protocol::Frame &frame)
 void RequestHandler::run()
 {
     switch (m_frame.kind) {
-    case Protocol::Hello: fail(Protocol::BadRequest, QStringLiteral("the handshake was already made")); return;
+    case Protocol::Hello:
+        fail(Protocol::BadRequest, QStringLiteral("the handshake was already made"));
+        return;
     case Protocol::Ping: {
         QByteArray payload;
         m_in >> payload;
@@ -214,23 +219,57 @@ void RequestHandler::run()
             ok(bodyOf([&](QDataStream &out) { out << payload; }));
         return;
     }
-    case Protocol::Find: find(); return;
-    case Protocol::Step: step(); return;
-    case Protocol::GetProperty: getProperty(); return;
-    case Protocol::SetProperty: setProperty(); return;
-    case Protocol::Invoke: invoke(); return;
-    case Protocol::Call: call(); return;
-    case Protocol::Children: children(); return;
-    case Protocol::Parent: parent(); return;
-    case Protocol::Describe: describe(); return;
-    case Protocol::ClassInfo: classInfo(); return;
-    case Protocol::Screenshot: screenshot(); return;
-    case Protocol::Record: record(); return;
-    case Protocol::ObjectMapOp: objectMap(); return;
-    case Protocol::Setting: setting(); return;
-    case Protocol::Release: release(); return;
-    case Protocol::Quit: quit(); return;
-    case Protocol::WaitForProperty: waitForProperty(); return;
+    case Protocol::Find:
+        find();
+        return;
+    case Protocol::Step:
+        step();
+        return;
+    case Protocol::GetProperty:
+        getProperty();
+        return;
+    case Protocol::SetProperty:
+        setProperty();
+        return;
+    case Protocol::Invoke:
+        invoke();
+        return;
+    case Protocol::Call:
+        call();
+        return;
+    case Protocol::Children:
+        children();
+        return;
+    case Protocol::Parent:
+        parent();
+        return;
+    case Protocol::Describe:
+        describe();
+        return;
+    case Protocol::ClassInfo:
+        classInfo();
+        return;
+    case Protocol::Screenshot:
+        screenshot();
+        return;
+    case Protocol::Record:
+        record();
+        return;
+    case Protocol::ObjectMapOp:
+        objectMap();
+        return;
+    case Protocol::Setting:
+        setting();
+        return;
+    case Protocol::Release:
+        release();
+        return;
+    case Protocol::Quit:
+        quit();
+        return;
+    case Protocol::WaitForProperty:
+        waitForProperty();
+        return;
     }
     fail(Protocol::UnknownRequest, QStringLiteral("unknown request kind %1").arg(m_frame.kind));
 }
@@ -280,7 +319,7 @@ bool RequestHandler::runCall(Agent *agent, const Reply &reply, const std::functi
     const bool answeredEarly = agent->endRunning(running);
     const QString text = Inspector::self()->lastError();
     if (!*result || !text.isEmpty())
-        *error = !text.isEmpty() ? text
+        *error = !text.isEmpty()            ? text
             : recentDiagnostics().isEmpty() ? QStringLiteral("the call failed")
                                             : recentDiagnostics().join(QLatin1Char(' '));
     return !answeredEarly;
@@ -360,13 +399,13 @@ void RequestHandler::step()
                 const Property *p = object->objectClass()->property(member);
                 if (!p || args.empty()) {
                     failTo(reply, Protocol::InvocationError,
-                           !p ? noProperty(object, member)
-                              : QStringLiteral("no value to set"));
+                           !p ? noProperty(object, member) : QStringLiteral("no value to set"));
                     return;
                 }
                 const Object::Ptr value = args.at(0);
-                call = [p, object, value]() { return p->set(object, value) ? Inspector::self()->voidObject()
-                                                                          : Object::Ptr(); };
+                call = [p, object, value]() {
+                    return p->set(object, value) ? Inspector::self()->voidObject() : Object::Ptr();
+                };
             } else {
                 ObjectList all;
                 all.push_back(object);
@@ -374,7 +413,8 @@ void RequestHandler::step()
                     all.push_back(a);
                 const MethodList methods = insp->globalClass()->methods(member);
                 if (methods.empty()) {
-                    failTo(reply, Protocol::InvocationError, QStringLiteral("no global function '%1'").arg(member));
+                    failTo(reply, Protocol::InvocationError,
+                           QStringLiteral("no global function '%1'").arg(member));
                     return;
                 }
                 if (agent->isRecording() && isRecordedCall(member))
@@ -455,7 +495,7 @@ void RequestHandler::setProperty()
     if (!object)
         return;
     ObjectList args;
-    if (!arguments(QVariantList{value}, &args))
+    if (!arguments(QVariantList { value }, &args))
         return;
     const Property *p = propertyOf(object, name);
     if (!p)
@@ -484,13 +524,15 @@ void RequestHandler::invoke()
         return;
     const MethodList methods = object->objectClass()->methods(name);
     if (methods.empty() || overload >= int(methods.size())) {
-        fail(Protocol::InvocationError, QStringLiteral("class %1 has no method '%2'").arg(object->className(), name));
+        fail(Protocol::InvocationError,
+             QStringLiteral("class %1 has no method '%2'").arg(object->className(), name));
         return;
     }
     if (m_agent->isRecording())
         Inspector::self()->recordEvent(EventData(name, recordedName(object), args));
     answerCall([&]() {
-        return overload >= 0 ? methods.at(size_t(overload))->invoke(object, args) : methods.invoke(object, args);
+        return overload >= 0 ? methods.at(size_t(overload))->invoke(object, args)
+                             : methods.invoke(object, args);
     });
 }
 
@@ -586,7 +628,8 @@ void RequestHandler::describe()
         if (!symbolic.startsWith(QLatin1Char(':')))
             symbolic.clear();
     }
-    const QString className = object->objectClass() ? object->objectClass()->fullyQualifiedClassName() : QString();
+    const QString className = object->objectClass() ? object->objectClass()->fullyQualifiedClassName()
+                                                    : QString();
     ok(bodyOf([&](QDataStream &out) { out << className << real << symbolic; }));
 }
 
@@ -625,8 +668,8 @@ void RequestHandler::classInfo()
         out << quint32(qMax(0, cls->numProperties() - firstProperty));
         for (int i = firstProperty; i < cls->numProperties(); ++i) {
             const Property *p = cls->property(i);
-            out << (p ? p->name() : QString()) << (p ? typeName(p->type()) : QString()) << (p && p->isReadable())
-                << (p && p->isWritable()) << (p && p->isStatic());
+            out << (p ? p->name() : QString()) << (p ? typeName(p->type()) : QString())
+                << (p && p->isReadable()) << (p && p->isWritable()) << (p && p->isStatic());
         }
         const int firstEnum = super ? super->numEnums() : 0;
         out << quint32(qMax(0, cls->numEnums() - firstEnum));
@@ -692,7 +735,8 @@ void RequestHandler::objectMap()
     auto need = [&](int n) {
         if (args.size() == n)
             return true;
-        fail(Protocol::BadRequest, QStringLiteral("object map operation '%1' takes %2 arguments").arg(op).arg(n));
+        fail(Protocol::BadRequest,
+             QStringLiteral("object map operation '%1' takes %2 arguments").arg(op).arg(n));
         return false;
     };
     if (op == QLatin1String("load")) {
@@ -775,13 +819,15 @@ void RequestHandler::setting()
         result = insp->installClassEventHandler(s[0], s[1], s[2]);
     else if (op == QLatin1String("uninstallClassEventHandler") && need(3))
         result = insp->uninstallClassEventHandler(s[0], s[1], s[2]);
-    else if ((op == QLatin1String("installObjectEventHandler") || op == QLatin1String("uninstallObjectEventHandler"))
+    else if ((op == QLatin1String("installObjectEventHandler")
+              || op == QLatin1String("uninstallObjectEventHandler"))
              && need(3)) {
         ObjectList args;
-        if (!arguments(QVariantList{values[0]}, &args))
+        if (!arguments(QVariantList { values[0] }, &args))
             return;
-        result = op.startsWith(QLatin1String("install")) ? insp->installObjectEventHandler(args[0], s[1], s[2])
-                                                         : insp->uninstallObjectEventHandler(args[0], s[1], s[2]);
+        result = op.startsWith(QLatin1String("install"))
+            ? insp->installObjectEventHandler(args[0], s[1], s[2])
+            : insp->uninstallObjectEventHandler(args[0], s[1], s[2]);
     } else if (op == QLatin1String("unmatchedProperties") && need(0)) {
         QVariantMap map;
         const QMap<QString, QStringList> unmatched = insp->unmatchedProperties();
@@ -867,7 +913,8 @@ void RequestHandler::waitForProperty()
         }
         if (timedOut) {
             failTo(reply, Protocol::Timeout,
-                   QStringLiteral("property '%1' is '%2', not '%3'").arg(name, actual.toString(), expected.toString()));
+                   QStringLiteral("property '%1' is '%2', not '%3'")
+                       .arg(name, actual.toString(), expected.toString()));
             return true;
         }
         return false;

@@ -81,8 +81,11 @@ QString unsupportedReason()
     const quintptr runtime = qtHookData[QHooks::QtVersion];
     if ((runtime >> 8) != (QT_VERSION >> 8)) {
         return QStringLiteral("the program uses Qt %1.%2.%3, the agent was built for Qt %4.%5")
-            .arg(runtime >> 16).arg((runtime >> 8) & 0xff).arg(runtime & 0xff)
-            .arg(QT_VERSION >> 16).arg((QT_VERSION >> 8) & 0xff);
+            .arg(runtime >> 16)
+            .arg((runtime >> 8) & 0xff)
+            .arg(runtime & 0xff)
+            .arg(QT_VERSION >> 16)
+            .arg((QT_VERSION >> 8) & 0xff);
     }
     QCoreApplication *app = QCoreApplication::instance();
     if (qobject_cast<QApplication *>(app))
@@ -90,12 +93,15 @@ QString unsupportedReason()
     // A Qt Quick program needs no widgets; its windows are there by the time its event loop runs.
     if (qobject_cast<QGuiApplication *>(app)) {
         const QWindowList windows = QGuiApplication::topLevelWindows();
-        if (std::any_of(windows.cbegin(), windows.cend(), [](QWindow *w) { return w->inherits("QQuickWindow"); }))
+        if (std::any_of(windows.cbegin(), windows.cend(),
+                        [](QWindow *w) { return w->inherits("QQuickWindow"); }))
             return QString();
-        return QStringLiteral("not a Qt Widgets or Qt Quick program: the application object is a QGuiApplication "
-                              "and no Qt Quick window was made");
+        return QStringLiteral(
+            "not a Qt Widgets or Qt Quick program: the application object is a QGuiApplication "
+            "and no Qt Quick window was made");
     }
-    return QStringLiteral("not a Qt Widgets or Qt Quick program: the application object is a QCoreApplication");
+    return QStringLiteral(
+        "not a Qt Widgets or Qt Quick program: the application object is a QCoreApplication");
 }
 
 void startOnEventLoop()
@@ -119,7 +125,8 @@ void startOnEventLoop()
         delete agent;
         return;
     }
-    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, agent, [agent]() { delete agent; });
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, agent,
+                     [agent]() { delete agent; });
 }
 
 // Runs at the end of the QCoreApplication constructor: the QApplication part is not built yet, so look at

@@ -39,16 +39,17 @@ Constructor *ArrayClass::createConstructor(int index) const
 
 Method *ArrayClass::createMethod(int index) const
 {
-    return sharedDescriptor<Method, kNumMethods>(this, MethodOffset, index, [this, index](int local) -> Method * {
-        Inspector *insp = Inspector::self();
-        const Argument result(insp->type(Inspector::Void));
-        if (local == 0) {
-            const Argument i(QStringLiteral("i"), insp->type(Inspector::Int64));
-            return new Method(this, result, QStringLiteral("at"), Signature(i), false, index);
-        }
-        const Argument obj(QStringLiteral("obj"), insp->type(Inspector::Void));
-        return new Method(this, result, QStringLiteral("push"), Signature(obj), false, index);
-    });
+    return sharedDescriptor<Method, kNumMethods>(
+        this, MethodOffset, index, [this, index](int local) -> Method * {
+            Inspector *insp = Inspector::self();
+            const Argument result(insp->type(Inspector::Void));
+            if (local == 0) {
+                const Argument i(QStringLiteral("i"), insp->type(Inspector::Int64));
+                return new Method(this, result, QStringLiteral("at"), Signature(i), false, index);
+            }
+            const Argument obj(QStringLiteral("obj"), insp->type(Inspector::Void));
+            return new Method(this, result, QStringLiteral("push"), Signature(obj), false, index);
+        });
 }
 
 Property *ArrayClass::createProperty(int index) const

@@ -490,7 +490,8 @@ const Property *Class::property(int index) const
         if (!c->d->propertyDelegate || extra >= c->d->numDelegateProperties)
             return nullptr;
         if (!c->d->delegateProperties)
-            c->d->delegateProperties = new std::vector<Property *>(size_t(c->d->numDelegateProperties), nullptr);
+            c->d->delegateProperties = new std::vector<Property *>(size_t(c->d->numDelegateProperties),
+                                                                   nullptr);
         Property *&slot = (*c->d->delegateProperties)[size_t(extra)];
         if (!slot) {
             const PropertyDeclaration *decl = c->d->propertyDelegate->propertyDeclaration(extra);

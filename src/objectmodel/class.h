@@ -32,7 +32,13 @@ namespace Vexil {
 class VEXIL_EXPORT Class
 {
 public:
-    enum OffsetType { PropertyOffset = 0, MethodOffset = 1, ConstructorOffset = 2, EventOffset = 3, EnumOffset = 4 };
+    enum OffsetType {
+        PropertyOffset = 0,
+        MethodOffset = 1,
+        ConstructorOffset = 2,
+        EventOffset = 3,
+        EnumOffset = 4
+    };
 
     /// Marks a superclass link that has not been set up yet (the pointer value 1).
     static const Class *const uninitialized;
@@ -82,7 +88,8 @@ public:
     virtual bool sameObjects(Object::Ptr a, Object::Ptr b) const;
     virtual bool canConvertToTolerant(const Class *target, bool sourceIsPointer, bool targetIsPointer,
                                       void **converter) const;
-    virtual Object::Ptr convertToTolerant(Object::Ptr object, const Class *target, bool targetIsPointer) const;
+    virtual Object::Ptr convertToTolerant(Object::Ptr object, const Class *target,
+                                          bool targetIsPointer) const;
     /// The type name scripts should see for \p typeName; the base returns it unchanged.
     virtual QString realType(const QString &typeName) const;
     /// Called on first need of the superclass; an override calls setSuperClass() with its base class. The
@@ -99,13 +106,16 @@ public:
     virtual Object::Ptr castTo(Object::Ptr object, const Class *target, bool targetIsPointer) const;
     /// A class's own conversions, the second step of canConvertTo(); the base has none.
     virtual bool canConvertToInternal(const Class *target, bool sourceIsPointer, bool targetIsPointer) const;
-    virtual Object::Ptr convertToInternal(Object::Ptr object, const Class *target, bool targetIsPointer) const;
+    virtual Object::Ptr convertToInternal(Object::Ptr object, const Class *target,
+                                          bool targetIsPointer) const;
     /// The object-level property and call slots: they check the access, convert the value or arguments,
     /// honour a declaration's read/write function or method, and then call the raw slots. Override these
     /// instead of the raw ones only to work on objects rather than native data (as GlobalClass does).
-    virtual bool setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const;
+    virtual bool setProperty(int index, Object::Ptr object, Object::Ptr value,
+                             const Property *property) const;
     virtual Object::Ptr getProperty(int index, Object::Ptr object, const Property *property) const;
-    virtual Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const;
+    virtual Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args,
+                               const Method *method) const;
     virtual Object::Ptr construct(int index, const ObjectList &args, const Constructor *constructor) const;
 
     void init();

@@ -91,7 +91,8 @@ Object::Ptr Class::convertTo(Object::Ptr object, const Class *target, bool targe
     // An object of the target class is taken as it is, unless its class has a rule for changing its form
     // (a single character asked for as a text becomes its number's digits).
     if (object->isA(target)) {
-        if (sourceIsPointer != targetIsPointer && canConvertToInternal(target, sourceIsPointer, targetIsPointer))
+        if (sourceIsPointer != targetIsPointer
+            && canConvertToInternal(target, sourceIsPointer, targetIsPointer))
             return convertToInternal(object, target, targetIsPointer);
         return object;
     }

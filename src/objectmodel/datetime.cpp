@@ -17,9 +17,9 @@ using namespace ValueClass;
 
 namespace {
 
-const IntFields<DateTime, 6> kFields = {
-    {"year", "month", "day", "hour", "minute", "second"},
-    {&DateTime::year, &DateTime::month, &DateTime::day, &DateTime::hour, &DateTime::minute, &DateTime::second}};
+const IntFields<DateTime, 6> kFields = { { "year", "month", "day", "hour", "minute", "second" },
+                                         { &DateTime::year, &DateTime::month, &DateTime::day, &DateTime::hour,
+                                           &DateTime::minute, &DateTime::second } };
 
 bool hasNoTime(const DateTime &d)
 {
@@ -217,7 +217,7 @@ std::ostream &operator<<(std::ostream &stream, const DateTime &value)
 std::istream &operator>>(std::istream &stream, DateTime &value)
 {
     DateTime read;
-    int *const fields[] = {&read.year, &read.month, &read.day, &read.hour, &read.minute, &read.second};
+    int *const fields[] = { &read.year, &read.month, &read.day, &read.hour, &read.minute, &read.second };
     for (int i = 0; i < 6; ++i) {
         if (i > 0)
             stream.get();

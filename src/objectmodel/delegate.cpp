@@ -51,7 +51,7 @@ const Delegate *Delegate::super() const
     if (m_superComputed)
         return m_super;
     m_super = nullptr;
-    m_superComputed = true;     // a failed search is not repeated
+    m_superComputed = true; // a failed search is not repeated
     const DelegateFactory *f = DelegateFactory::self();
     for (const Class *c = Inspector::self()->type(m_className); c; c = stepUp(c)) {
         const Delegate *d = f->delegate(QString::fromLatin1(c->name()), m_type);
@@ -121,7 +121,8 @@ const Delegate *DelegateFactory::delegate(const Class *cls, Delegate::Type type)
     ClassPrivate *p = ClassPrivate::get(cls);
     const int t = int(type);
     const bool cacheable = t >= 0 && t < ClassPrivate::NumCachedDelegateTypes;
-    if (cacheable && p->delegateCacheFactory == this && p->delegateCacheGeneration[t] == delegateLookupGeneration())
+    if (cacheable && p->delegateCacheFactory == this
+        && p->delegateCacheGeneration[t] == delegateLookupGeneration())
         return p->delegateCache[t];
 
     const Delegate *found = nullptr;
@@ -240,29 +241,29 @@ GeometryDelegate::~GeometryDelegate() = default;
 Rect<NativeCoordinates> GeometryDelegate::nativeGlobalBounds(Object::Ptr object) const
 {
     const Rect<GlobalCoordinates> b = globalBounds(object);
-    return Rect<NativeCoordinates>{b.x, b.y, b.width, b.height, b.screen};
+    return Rect<NativeCoordinates> { b.x, b.y, b.width, b.height, b.screen };
 }
 
 Point<RelativeCoordinates> GeometryDelegate::globalToRelative(Object::Ptr object, int x, int y) const
 {
     const Rect<GlobalCoordinates> b = globalBounds(object);
     if (b.width < 0 || b.height < 0)
-        return Point<RelativeCoordinates>{false, 0, 0, -1};
-    return Point<RelativeCoordinates>{true, x - b.x, y - b.y, -1};
+        return Point<RelativeCoordinates> { false, 0, 0, -1 };
+    return Point<RelativeCoordinates> { true, x - b.x, y - b.y, -1 };
 }
 
 Point<GlobalCoordinates> GeometryDelegate::relativeToGlobal(Object::Ptr object, int x, int y) const
 {
     const Rect<GlobalCoordinates> b = globalBounds(object);
     if (b.width < 0 || b.height < 0)
-        return Point<GlobalCoordinates>{false, 0, 0, -1};
-    return Point<GlobalCoordinates>{true, x + b.x, y + b.y, -1};
+        return Point<GlobalCoordinates> { false, 0, 0, -1 };
+    return Point<GlobalCoordinates> { true, x + b.x, y + b.y, -1 };
 }
 
 Point<NativeCoordinates> GeometryDelegate::relativeToNative(Object::Ptr object, int x, int y) const
 {
     const Point<GlobalCoordinates> p = relativeToGlobal(object, x, y);
-    return Point<NativeCoordinates>{p.valid, p.x, p.y, p.screen};
+    return Point<NativeCoordinates> { p.valid, p.x, p.y, p.screen };
 }
 
 // DumpObjectTreeDelegate
@@ -274,7 +275,8 @@ DumpObjectTreeDelegate::DumpObjectTreeDelegate(const QString &className)
 
 DumpObjectTreeDelegate::~DumpObjectTreeDelegate() = default;
 
-bool DumpObjectTreeDelegate::enterDump(Object::Ptr, const std::map<std::string, DumpFilter *> &, QString *) const
+bool DumpObjectTreeDelegate::enterDump(Object::Ptr, const std::map<std::string, DumpFilter *> &,
+                                       QString *) const
 {
     return true;
 }

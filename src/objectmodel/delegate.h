@@ -20,9 +20,9 @@ namespace Vexil {
 
 class EventData;
 class ObjectName;
-class DumpFilter;                 // opaque: belongs to the tool's dump feature
+class DumpFilter; // opaque: belongs to the tool's dump feature
 namespace UIAbstraction {
-class UIElement;                  // opaque: belongs to the tool's dump feature
+class UIElement; // opaque: belongs to the tool's dump feature
 }
 
 /// Base of every delegate. Registers itself with DelegateFactory::self() when constructed; the factory owns it.

@@ -34,7 +34,8 @@ QTime currentTimeOfDay()
     const qint64 now = QDateTime::currentMSecsSinceEpoch();
     const qint64 minute = now / 60000;
     if (minute != cachedMinute) {
-        offsetMsecs = qint64(QDateTime::fromMSecsSinceEpoch(now, Qt::UTC).toLocalTime().offsetFromUtc()) * 1000;
+        offsetMsecs = qint64(QDateTime::fromMSecsSinceEpoch(now, Qt::UTC).toLocalTime().offsetFromUtc())
+            * 1000;
         cachedMinute = minute;
     }
     qint64 msecs = (now + offsetMsecs) % msecsPerDay;
@@ -208,7 +209,12 @@ private:
 class MemoryReader
 {
 public:
-    MemoryReader(const char *begin, const char *end) : m_begin(begin), m_at(begin), m_end(end) { }
+    MemoryReader(const char *begin, const char *end)
+        : m_begin(begin)
+        , m_at(begin)
+        , m_end(end)
+    {
+    }
 
     qint64 consumed() const { return m_at - m_begin; }
 
@@ -325,7 +331,10 @@ bool readFromMemory(QDataStream &stream, Read read)
 class ArgumentBuilder
 {
 public:
-    ArgumentBuilder() : m_expanded(0) { }
+    ArgumentBuilder()
+        : m_expanded(0)
+    {
+    }
 
     EventDataArg build(const QString &name, const Class *declaredClass, const Enum *enumType,
                        const Object::Ptr &value, int depth);
@@ -388,8 +397,8 @@ void ArgumentBuilder::expandObject(EventDataArg &arg, const Object::Ptr &value, 
             if (readable && property->isReadable())
                 propertyValue = property->get(value);
             ++m_expanded;
-            collected.push_back(build(property->name(), property->type(), property->enumeration(),
-                                      propertyValue, depth + 1));
+            collected.push_back(
+                build(property->name(), property->type(), property->enumeration(), propertyValue, depth + 1));
         }
     }
     FVector<EventDataArg> subs(unsigned(collected.size()));

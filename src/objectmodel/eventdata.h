@@ -26,10 +26,25 @@ public:
     typedef T *iterator;
     typedef const T *const_iterator;
 
-    FVector() : m_data(nullptr), m_size(0) { }
-    explicit FVector(unsigned int n) : m_data(n ? new T[n] : nullptr), m_size(n) { }
-    FVector(const FVector &other) : m_data(nullptr), m_size(0) { *this = other; }
-    FVector(FVector &&other) noexcept : m_data(other.m_data), m_size(other.m_size)
+    FVector()
+        : m_data(nullptr)
+        , m_size(0)
+    {
+    }
+    explicit FVector(unsigned int n)
+        : m_data(n ? new T[n] : nullptr)
+        , m_size(n)
+    {
+    }
+    FVector(const FVector &other)
+        : m_data(nullptr)
+        , m_size(0)
+    {
+        *this = other;
+    }
+    FVector(FVector &&other) noexcept
+        : m_data(other.m_data)
+        , m_size(other.m_size)
     {
         other.m_data = nullptr;
         other.m_size = 0;

@@ -118,14 +118,15 @@ bool Inspector::uninstallObjectEventHandler(Object::Ptr object, const QString &e
 {
     if (m_impl)
         return m_impl->uninstallObjectEventHandler(object, event, handler);
-    m_handlers->objectHandlers.remove_if(HasObjectEventHandler{object, event, handler});
+    m_handlers->objectHandlers.remove_if(HasObjectEventHandler { object, event, handler });
     // Only this kind's list is consulted: handlers of the other kinds for the same event do not count.
     if (!hasEvent(m_handlers->objectHandlers, event))
         m_eventHandlerNames.insert(event, false);
     return true;
 }
 
-bool Inspector::installClassEventHandler(const QString &className, const QString &event, const QString &handler)
+bool Inspector::installClassEventHandler(const QString &className, const QString &event,
+                                         const QString &handler)
 {
     if (m_impl)
         return m_impl->installClassEventHandler(className, event, handler);
@@ -135,11 +136,12 @@ bool Inspector::installClassEventHandler(const QString &className, const QString
     return true;
 }
 
-bool Inspector::uninstallClassEventHandler(const QString &className, const QString &event, const QString &handler)
+bool Inspector::uninstallClassEventHandler(const QString &className, const QString &event,
+                                           const QString &handler)
 {
     if (m_impl)
         return m_impl->uninstallClassEventHandler(className, event, handler);
-    m_handlers->classHandlers.remove_if(HasClassEventHandler{className, event, handler});
+    m_handlers->classHandlers.remove_if(HasClassEventHandler { className, event, handler });
     if (!hasEvent(m_handlers->classHandlers, event))
         m_eventHandlerNames.insert(event, false);
     return true;
@@ -159,7 +161,7 @@ bool Inspector::uninstallGlobalEventHandler(const QString &event, const QString 
 {
     if (m_impl)
         return m_impl->uninstallGlobalEventHandler(event, handler);
-    m_handlers->globalHandlers.remove_if(HasGlobalEventHandler{event, handler});
+    m_handlers->globalHandlers.remove_if(HasGlobalEventHandler { event, handler });
     if (!hasEvent(m_handlers->globalHandlers, event))
         m_eventHandlerNames.insert(event, false);
     return true;
@@ -167,13 +169,15 @@ bool Inspector::uninstallGlobalEventHandler(const QString &event, const QString 
 
 QString Inspector::eventHandler(Object::Ptr object, const QString &event) const
 {
-    const EventAndReceiver probe(EventAndReceiver::ObjectHandler, object, nullptr, QString(), event, QString());
+    const EventAndReceiver probe(EventAndReceiver::ObjectHandler, object, nullptr, QString(), event,
+                                 QString());
     return firstMatch(m_handlers->objectHandlers, probe);
 }
 
 QString Inspector::eventHandler(const Class *cls, const QString &event) const
 {
-    const EventAndReceiver probe(EventAndReceiver::ClassHandler, Object::Ptr(), cls, QString(), event, QString());
+    const EventAndReceiver probe(EventAndReceiver::ClassHandler, Object::Ptr(), cls, QString(), event,
+                                 QString());
     return firstMatch(m_handlers->classHandlers, probe);
 }
 

@@ -39,32 +39,41 @@ struct MemberEntry
 
 // Methods by local index; the table drives both the descriptors and the reading of arguments.
 const MemberEntry kMethods[kNumMethods] = {
-    {"fromXml", 1, {{Text, "xml"}}},
-    {"toXml", 0, {}},
-    {"translate", 2, {{Number, "dx"}, {Number, "dy"}}},
-    {"scale", 4, {{Number, "sx"}, {Number, "sy"}, {Number, "cx"}, {Number, "cy"}}},
-    {"scale", 1, {{Number, "s"}}},
-    {"scale", 2, {{Number, "sx"}, {Number, "sy"}}},
-    {"rotate", 3, {{Number, "angle"}, {Number, "cx"}, {Number, "cy"}}},
-    {"rotate", 1, {{Number, "angle"}}},
-    {"accelerate", 1, {{Number, "factor"}}},
-    {"addStroke", 2, {{Number, "x"}, {Number, "y"}}},
-    {"addStroke", 3, {{Integer, "time"}, {Number, "x"}, {Number, "y"}}},
-    {"addStroke", 4, {{Integer, "time"}, {Number, "x"}, {Number, "y"}, {Number, "pressure"}}},
-    {"addStroke", 5,
-     {{Integer, "time"}, {Number, "x"}, {Number, "y"}, {Number, "pressure"}, {Number, "size"}}},
-    {"lineTo", 3, {{Integer, "duration"}, {Number, "x"}, {Number, "y"}}},
-    {"curveTo", 5, {{Integer, "duration"}, {Number, "cx"}, {Number, "cy"}, {Number, "x"}, {Number, "y"}}},
-    {"curveTo", 7,
-     {{Integer, "duration"}, {Number, "c1x"}, {Number, "c1y"}, {Number, "c2x"}, {Number, "c2y"},
-      {Number, "x"}, {Number, "y"}}},
-    {"build", 0, {}},
+    { "fromXml", 1, { { Text, "xml" } } },
+    { "toXml", 0, {} },
+    { "translate", 2, { { Number, "dx" }, { Number, "dy" } } },
+    { "scale", 4, { { Number, "sx" }, { Number, "sy" }, { Number, "cx" }, { Number, "cy" } } },
+    { "scale", 1, { { Number, "s" } } },
+    { "scale", 2, { { Number, "sx" }, { Number, "sy" } } },
+    { "rotate", 3, { { Number, "angle" }, { Number, "cx" }, { Number, "cy" } } },
+    { "rotate", 1, { { Number, "angle" } } },
+    { "accelerate", 1, { { Number, "factor" } } },
+    { "addStroke", 2, { { Number, "x" }, { Number, "y" } } },
+    { "addStroke", 3, { { Integer, "time" }, { Number, "x" }, { Number, "y" } } },
+    { "addStroke", 4, { { Integer, "time" }, { Number, "x" }, { Number, "y" }, { Number, "pressure" } } },
+    { "addStroke",
+      5,
+      { { Integer, "time" }, { Number, "x" }, { Number, "y" }, { Number, "pressure" }, { Number, "size" } } },
+    { "lineTo", 3, { { Integer, "duration" }, { Number, "x" }, { Number, "y" } } },
+    { "curveTo",
+      5,
+      { { Integer, "duration" }, { Number, "cx" }, { Number, "cy" }, { Number, "x" }, { Number, "y" } } },
+    { "curveTo",
+      7,
+      { { Integer, "duration" },
+        { Number, "c1x" },
+        { Number, "c1y" },
+        { Number, "c2x" },
+        { Number, "c2y" },
+        { Number, "x" },
+        { Number, "y" } } },
+    { "build", 0, {} },
 };
 
 const MemberEntry kConstructors[kNumConstructors] = {
-    {"GestureBuilder", 0, {}},
-    {"GestureBuilder", 1, {{Text, "xml"}}},
-    {"GestureBuilder", 3, {{Number, "width"}, {Number, "height"}, {Integer, "unit"}}},
+    { "GestureBuilder", 0, {} },
+    { "GestureBuilder", 1, { { Text, "xml" } } },
+    { "GestureBuilder", 3, { { Number, "width" }, { Number, "height" }, { Integer, "unit" } } },
 };
 
 enum MethodIndex {
@@ -86,7 +95,7 @@ enum MethodIndex {
     CurveTo2
 };
 
-const char *const kPropertyNames[kNumProperties] = {"areaWidth", "areaHeight", "unit"};
+const char *const kPropertyNames[kNumProperties] = { "areaWidth", "areaHeight", "unit" };
 
 // The arguments of one call, by parameter position, as the parameter kinds read them.
 struct CallValues

@@ -35,7 +35,8 @@ public:
     Enum *createEnum(int index) const override;
 
     /// Reads the arguments with toDouble/toInteger/toString.
-    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const override;
+    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args,
+                       const Method *method) const override;
     /// The native form: each argument points at a double, an int or (for a text) the characters themselves.
     /// Chaining methods return \p object.
     Object::Ptr invoke(Object::Ptr object, const Method *method, void **args) const override;

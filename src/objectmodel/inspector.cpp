@@ -118,14 +118,17 @@ void Inspector::setupPropertyDelegate() const
     if (m_impl || m_topLevel)
         return;
     m_topLevel = new std::vector<ObjectHierarchyDelegate *>();
-    static const char *const names[] = {"Vexil::ToplevelQt",   "Vexil::ToplevelXView", "Vexil::ToplevelTk",
-                                        "Vexil::ToplevelWeb",  "Vexil::ToplevelJava",  "Vexil::ToplevelMac",
-                                        "Vexil::ToplevelWin",  "QtGUIObject",          "Vexil::ToplevelAndroid"};
+    static const char *const names[] = { "Vexil::ToplevelQt",     "Vexil::ToplevelXView",
+                                         "Vexil::ToplevelTk",     "Vexil::ToplevelWeb",
+                                         "Vexil::ToplevelJava",   "Vexil::ToplevelMac",
+                                         "Vexil::ToplevelWin",    "QtGUIObject",
+                                         "Vexil::ToplevelAndroid" };
     DelegateFactory *f = DelegateFactory::self();
     for (const char *name : names) {
         const Delegate *d = f->delegate(QString::fromLatin1(name), Delegate::Hierarchy);
         if (d)
-            m_topLevel->push_back(const_cast<ObjectHierarchyDelegate *>(static_cast<const ObjectHierarchyDelegate *>(d)));
+            m_topLevel->push_back(
+                const_cast<ObjectHierarchyDelegate *>(static_cast<const ObjectHierarchyDelegate *>(d)));
     }
 }
 
@@ -596,7 +599,7 @@ void Inspector::setUnmatchedProperties(const QString &key, const QStringList &pr
 {
     auto it = m_unmatchedProperties.find(key);
     if (it != m_unmatchedProperties.end() && properties.size() > it.value().size())
-        return;     // the shortest list explains the nearest miss best
+        return; // the shortest list explains the nearest miss best
     m_unmatchedProperties.insert(key, properties);
 }
 

@@ -90,7 +90,8 @@ public:
     /// The last error text; reading it clears it (and the unmatched properties).
     QString lastError() const override;
     bool installObjectEventHandler(Object::Ptr object, const QString &event, const QString &handler) override;
-    bool uninstallObjectEventHandler(Object::Ptr object, const QString &event, const QString &handler) override;
+    bool uninstallObjectEventHandler(Object::Ptr object, const QString &event,
+                                     const QString &handler) override;
     bool installClassEventHandler(const QString &className, const QString &event,
                                   const QString &handler) override;
     bool uninstallClassEventHandler(const QString &className, const QString &event,

@@ -61,7 +61,8 @@ public:
     virtual void setRecorderFilter(const QString &key, const QString &filter) = 0;
     virtual void setError(const QString &text) = 0;
     virtual QString lastError() const = 0;
-    virtual bool installObjectEventHandler(Object::Ptr object, const QString &event, const QString &handler) = 0;
+    virtual bool installObjectEventHandler(Object::Ptr object, const QString &event,
+                                           const QString &handler) = 0;
     virtual bool uninstallObjectEventHandler(Object::Ptr object, const QString &event,
                                              const QString &handler) = 0;
     virtual bool installClassEventHandler(const QString &className, const QString &event,

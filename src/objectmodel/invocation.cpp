@@ -244,7 +244,8 @@ bool verifyPropertyAccess(Object::Ptr object, const Property *property)
         return false;
     const QString name = property->name();
     if (!object && !property->isStatic())
-        return refuse(QStringLiteral("Cannot access non-static property %1 without object reference").arg(name));
+        return refuse(
+            QStringLiteral("Cannot access non-static property %1 without object reference").arg(name));
     if (object && object->isNull())
         return refuse(QStringLiteral("Cannot access property %1 on null object reference").arg(name));
     if (object && object->isInvalidated())
@@ -257,7 +258,8 @@ bool verifyPropertyWrite(Object::Ptr object, const Property *property)
     if (!property)
         return false;
     if (!object && !property->isStatic()) {
-        diagnostic(QStringLiteral("Class::setProperty: Can't set non-static property without object reference"));
+        diagnostic(
+            QStringLiteral("Class::setProperty: Can't set non-static property without object reference"));
         return false;
     }
     if (!property->isWritable()) {
@@ -305,7 +307,7 @@ Object::Ptr Class::invoke(int index, Object::Ptr object, const ObjectList &args,
 Object::Ptr Class::construct(int index, const ObjectList &args, const Constructor *constructor) const
 {
     if (constructor && size_t(constructor->signature().count()) != args.size())
-        return constructor->construct(args);   // reports the count
+        return constructor->construct(args); // reports the count
     RawArguments raw(args);
     return construct(index, raw.data());
 }
@@ -371,8 +373,8 @@ bool Class::setProperty(int index, Object::Ptr object, Object::Ptr value, const 
         taken = acceptArgument(value, decl->value());
         if (!taken) {
             diagnostic(QStringLiteral("Object::setProperty: type %1 cannot be converted to %2")
-                           .arg(QString::fromLatin1(value && value->objectClass() ? value->objectClass()->name()
-                                                                                  : "null"),
+                           .arg(QString::fromLatin1(
+                                    value && value->objectClass() ? value->objectClass()->name() : "null"),
                                 QString::fromLatin1(decl->type()->name())));
             return false;
         }
@@ -382,7 +384,9 @@ bool Class::setProperty(int index, Object::Ptr object, Object::Ptr value, const 
             return decl->writeFunction()(object, taken);
         if (!decl->writeMethod().isEmpty()) {
             bool found = false;
-            servingClass(object, this)->methods(decl->writeMethod()).invoke(object, ObjectList { taken }, &found);
+            servingClass(object, this)
+                ->methods(decl->writeMethod())
+                .invoke(object, ObjectList { taken }, &found);
             return found;
         }
     }

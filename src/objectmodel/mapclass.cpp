@@ -44,7 +44,8 @@ Constructor *MapClass::createConstructor(int index) const
 
 Method *MapClass::createMethod(int index) const
 {
-    return sharedDescriptor<Method, kNumMethods>(this, MethodOffset, index, [this, index](int local) -> Method * {
+    return sharedDescriptor<Method,
+                            kNumMethods>(this, MethodOffset, index, [this, index](int local) -> Method * {
         Inspector *insp = Inspector::self();
         const Class *voidClass = insp->type(Inspector::Void);
         const Argument key(QStringLiteral("i"), insp->type(Inspector::Char), ObjectAttribute::Pointer);

@@ -16,8 +16,8 @@ using namespace Internal;
 namespace {
 
 // Smallest stream form of one element, used to refuse counts a stream can't hold before looping over them.
-constexpr qint64 MinArgumentBytes = 24;   // name, type, attribute (8), enum owner, enum name
-constexpr qint64 MinEnumItemBytes = 8;    // key, value
+constexpr qint64 MinArgumentBytes = 24; // name, type, attribute (8), enum owner, enum name
+constexpr qint64 MinEnumItemBytes = 8; // key, value
 
 bool streamOk(const QDataStream &stream)
 {
@@ -675,13 +675,15 @@ void Enum::addItem(const QString &key, int value)
 
 int Enum::value(const QString &key, bool *ok) const
 {
-    const auto *item = findItem(m_items, [&key](const QPair<QString, int> &i) { return i.first == key; }, ok);
+    const auto *item = findItem(
+        m_items, [&key](const QPair<QString, int> &i) { return i.first == key; }, ok);
     return item ? item->second : -1;
 }
 
 QString Enum::valueToKey(int v, bool *ok) const
 {
-    const auto *item = findItem(m_items, [v](const QPair<QString, int> &i) { return i.second == v; }, ok);
+    const auto *item = findItem(
+        m_items, [v](const QPair<QString, int> &i) { return i.second == v; }, ok);
     if (item)
         return item->first;
     diagnostic(QStringLiteral("Could not find value %1 in enum %2").arg(v).arg(m_name));

@@ -28,7 +28,8 @@ public:
     Argument(const QString &name, const Class *type, unsigned int flags = 0, int count = 0,
              const Enum *e = nullptr);
     Argument(const Class *type, const ObjectAttribute &attribute, const Enum *e = nullptr);
-    Argument(const QString &name, const Class *type, const ObjectAttribute &attribute, const Enum *e = nullptr);
+    Argument(const QString &name, const Class *type, const ObjectAttribute &attribute,
+             const Enum *e = nullptr);
     Argument(const Argument &other);
     Argument &operator=(const Argument &other);
     ~Argument() override;
@@ -89,8 +90,8 @@ private:
 class VEXIL_EXPORT Method : public Serializable
 {
 public:
-    Method(const Class *owner, const Argument &returnArgument, const QString &name, const Signature &signature,
-           bool isStatic, int index);
+    Method(const Class *owner, const Argument &returnArgument, const QString &name,
+           const Signature &signature, bool isStatic, int index);
     ~Method() override;
 
     const QString &name() const { return m_name; }
@@ -211,7 +212,8 @@ private:
 class VEXIL_EXPORT Property : public Serializable
 {
 public:
-    Property(const PropertyDeclaration *declaration, const Class *cls, int index, bool ownsDeclaration = false);
+    Property(const PropertyDeclaration *declaration, const Class *cls, int index,
+             bool ownsDeclaration = false);
     ~Property() override;
 
     const PropertyDeclaration *declaration() const { return m_declaration; }
@@ -305,7 +307,8 @@ private:
 /// Checks before a method runs; on failure the Inspector's error names the method and false is returned.
 VEXIL_EXPORT bool verifyMethodInvocation(Object::Ptr object, const Method *method);
 /// True when \p args has the method's parameter count; otherwise reports it (stderr and error) and returns false.
-VEXIL_EXPORT bool verifyMethodArgumentCount(const QString &className, const Method *method, const ObjectList &args);
+VEXIL_EXPORT bool verifyMethodArgumentCount(const QString &className, const Method *method,
+                                            const ObjectList &args);
 VEXIL_EXPORT bool verifyPropertyAccess(Object::Ptr object, const Property *property);
 /// Checks before a property is written: a property at all, an object unless static, writable; a failure is
 /// reported on stderr and gives false.

@@ -186,7 +186,8 @@ void Object::setupSerializeDelegate() const
     if (m_serializeLooked)
         return;
     m_serializeLooked = true;
-    m_serialize = static_cast<const SerializeDelegate *>(DelegateFactory::self()->delegate(m_class, Delegate::Serialize));
+    m_serialize = static_cast<const SerializeDelegate *>(
+        DelegateFactory::self()->delegate(m_class, Delegate::Serialize));
 }
 
 void Object::setupConversionDelegate() const
@@ -194,8 +195,8 @@ void Object::setupConversionDelegate() const
     if (m_conversionLooked)
         return;
     m_conversionLooked = true;
-    m_conversion =
-        static_cast<const ConversionDelegate *>(DelegateFactory::self()->delegate(m_class, Delegate::Conversion));
+    m_conversion = static_cast<const ConversionDelegate *>(
+        DelegateFactory::self()->delegate(m_class, Delegate::Conversion));
 }
 
 void Object::setupComparisonDelegate() const
@@ -203,8 +204,8 @@ void Object::setupComparisonDelegate() const
     if (m_comparisonLooked)
         return;
     m_comparisonLooked = true;
-    m_comparison =
-        static_cast<const ComparisonDelegate *>(DelegateFactory::self()->delegate(m_class, Delegate::Comparison));
+    m_comparison = static_cast<const ComparisonDelegate *>(
+        DelegateFactory::self()->delegate(m_class, Delegate::Comparison));
 }
 
 const ObjectHierarchyDelegate *Object::hierarchyDelegate() const
@@ -433,7 +434,8 @@ Object::Ptr Object::reference() const
 Object::Ptr Object::dereference() const
 {
     const unsigned int flags = objectAttribute().flags;
-    if (!(flags & (ObjectAttribute::Reference | ObjectAttribute::Pointer)) || (flags & ObjectAttribute::Reference))
+    if (!(flags & (ObjectAttribute::Reference | ObjectAttribute::Pointer))
+        || (flags & ObjectAttribute::Reference))
         return self();
     if (!data || !m_class)
         return Ptr();
@@ -446,9 +448,9 @@ Object::Ptr Object::castTo(const Class *target)
         return self();
     bool change = false;
     if (target && m_class && target->isSubClassOf(m_class)) {
-        change = true;                              // down-cast
+        change = true; // down-cast
     } else if (target && m_class && m_class->isSubClassOf(target)) {
-        change = true;                              // up-cast
+        change = true; // up-cast
     } else {
         // Only the built-in primitives (the first seven registered classes) can be forced into one another.
         const unsigned int fromId = m_class ? unsigned(m_class->classId()) : ~0u;
@@ -500,8 +502,8 @@ namespace {
 [[noreturn]] void throwRange(size_t n, size_t size)
 {
     char buf[160];
-    std::snprintf(buf, sizeof buf, "vector::_M_range_check: __n (which is %zu) >= this->size() (which is %zu)", n,
-                  size);
+    std::snprintf(buf, sizeof buf,
+                  "vector::_M_range_check: __n (which is %zu) >= this->size() (which is %zu)", n, size);
     throw std::out_of_range(buf);
 }
 

@@ -56,17 +56,24 @@ public:
 class VEXIL_EXPORT ObjectAttribute : public Serializable
 {
 public:
-    enum Flag : unsigned int {
-        Reference = 1,
-        Pointer = 2,
-        ConstValue = 4,
-        ConstPointer = 8,
-        Array = 16
-    };
+    enum Flag : unsigned int { Reference = 1, Pointer = 2, ConstValue = 4, ConstPointer = 8, Array = 16 };
 
-    ObjectAttribute() : flags(0), count(0) { }
-    ObjectAttribute(unsigned int f, int c = 0) : flags(f), count(c) { }
-    ObjectAttribute(const ObjectAttribute &other) : Serializable(), flags(other.flags), count(other.count) { }
+    ObjectAttribute()
+        : flags(0)
+        , count(0)
+    {
+    }
+    ObjectAttribute(unsigned int f, int c = 0)
+        : flags(f)
+        , count(c)
+    {
+    }
+    ObjectAttribute(const ObjectAttribute &other)
+        : Serializable()
+        , flags(other.flags)
+        , count(other.count)
+    {
+    }
     ObjectAttribute &operator=(const ObjectAttribute &other)
     {
         flags = other.flags;
@@ -204,7 +211,10 @@ public:
     typedef std::vector<Object::Ptr>::const_iterator const_iterator;
 
     ObjectList() = default;
-    ObjectList(std::initializer_list<Object::Ptr> items) : m_items(items) { }
+    ObjectList(std::initializer_list<Object::Ptr> items)
+        : m_items(items)
+    {
+    }
 
     void push_back(const Object::Ptr &obj) { m_items.push_back(obj); }
     void pop_back() { m_items.pop_back(); }

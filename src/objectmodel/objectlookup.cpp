@@ -40,7 +40,7 @@ Object::Ptr Inspector::findObjectLocal(const QString &name)
     // "{...}.path": a multi-property prefix followed by a dotted path, when no "}" follows the split point.
     const int p = working.indexOf(QStringLiteral("}."));
     const bool prefixed = working.length() >= 3 && working.startsWith(QLatin1Char('{')) && p >= 0
-                          && working.indexOf(QLatin1Char('}'), p + 2) < 0;
+        && working.indexOf(QLatin1Char('}'), p + 2) < 0;
 
     const ObjectName parsed(working);
     if (!prefixed && !parsed.isValid()) {
@@ -116,14 +116,14 @@ Object::Ptr Inspector::findObjectLocal(const QString &name)
             message += QStringLiteral(" Object name not found in Object Map.");
         else if (!found.isEmpty())
             message += QStringLiteral("\n    Could not find child '") + lastPart + QStringLiteral("' under '")
-                       + found.join(QLatin1Char('.')) + QLatin1Char('\'');
+                + found.join(QLatin1Char('.')) + QLatin1Char('\'');
     } else if (!m_unmatchedProperties.isEmpty()) {
         message += QStringLiteral(" Could not match properties:");
         ObjectMap *map = ObjectMap::self();
         for (auto it = m_unmatchedProperties.constBegin(); it != m_unmatchedProperties.constEnd(); ++it) {
             message += QStringLiteral("\n    ") + it.value().join(QLatin1Char(','))
-                       + QStringLiteral(" for object name: '") + (map ? map->printableName(it.key()) : it.key())
-                       + QLatin1Char('\'');
+                + QStringLiteral(" for object name: '") + (map ? map->printableName(it.key()) : it.key())
+                + QLatin1Char('\'');
         }
     }
     setError(message);

@@ -21,53 +21,58 @@ ObjectMap *s_current = nullptr;
 
 const QStringList &windowTable()
 {
-    static const QStringList table{QStringLiteral("window")};
+    static const QStringList table { QStringLiteral("window") };
     return table;
 }
 
 const QStringList &containerTable()
 {
-    static const QStringList table{QStringLiteral("container"), QStringLiteral("form")};
+    static const QStringList table { QStringLiteral("container"), QStringLiteral("form") };
     return table;
 }
 
 const QStringList &objectTable()
 {
-    static const QStringList table{
-        QStringLiteral("innerText"),    QStringLiteral("simplifiedInnerText"), QStringLiteral("text"),
-        QStringLiteral("title"),        QStringLiteral("windowTitle"),         QStringLiteral("caption"),
-        QStringLiteral("label"),        QStringLiteral("name"),                QStringLiteral("objectName"),
-        QStringLiteral("img_name"),     QStringLiteral("img_alt"),             QStringLiteral("id"),
-        QStringLiteral("img_id"),       QStringLiteral("value"),               QStringLiteral("buddy"),
-        QStringLiteral("parentWidget"), QStringLiteral("leftWidget"),          QStringLiteral("aboveWidget"),
-        QStringLiteral("leftObject"),   QStringLiteral("aboveObject"),         QStringLiteral("stringValue"),
-        QStringLiteral("className"),    QStringLiteral("row"),                 QStringLiteral("currentTitle"),
-        QStringLiteral("placeholder"),  QStringLiteral("resourceName"),        QStringLiteral("toolTip")};
+    static const QStringList table { QStringLiteral("innerText"),   QStringLiteral("simplifiedInnerText"),
+                                     QStringLiteral("text"),        QStringLiteral("title"),
+                                     QStringLiteral("windowTitle"), QStringLiteral("caption"),
+                                     QStringLiteral("label"),       QStringLiteral("name"),
+                                     QStringLiteral("objectName"),  QStringLiteral("img_name"),
+                                     QStringLiteral("img_alt"),     QStringLiteral("id"),
+                                     QStringLiteral("img_id"),      QStringLiteral("value"),
+                                     QStringLiteral("buddy"),       QStringLiteral("parentWidget"),
+                                     QStringLiteral("leftWidget"),  QStringLiteral("aboveWidget"),
+                                     QStringLiteral("leftObject"),  QStringLiteral("aboveObject"),
+                                     QStringLiteral("stringValue"), QStringLiteral("className"),
+                                     QStringLiteral("row"),         QStringLiteral("currentTitle"),
+                                     QStringLiteral("placeholder"), QStringLiteral("resourceName"),
+                                     QStringLiteral("toolTip") };
     return table;
 }
 
 const QStringList &typeTable()
 {
-    static const QStringList table{QStringLiteral("type"), QStringLiteral("tagName"),
-                                   QStringLiteral("basetype"), QStringLiteral("styletype")};
+    static const QStringList table { QStringLiteral("type"), QStringLiteral("tagName"),
+                                     QStringLiteral("basetype"), QStringLiteral("styletype") };
     return table;
 }
 
 bool isReferenceProperty(const QString &name)
 {
-    static const QStringList table{
-        QStringLiteral("buddy"),      QStringLiteral("parentWidget"), QStringLiteral("container"),
-        QStringLiteral("leftWidget"), QStringLiteral("aboveWidget"),  QStringLiteral("window"),
-        QStringLiteral("leftLabel"),  QStringLiteral("aboveLabel"),   QStringLiteral("rightLabel"),
-        QStringLiteral("tableView"),  QStringLiteral("leftObject"),   QStringLiteral("aboveObject")};
+    static const QStringList table { QStringLiteral("buddy"),       QStringLiteral("parentWidget"),
+                                     QStringLiteral("container"),   QStringLiteral("leftWidget"),
+                                     QStringLiteral("aboveWidget"), QStringLiteral("window"),
+                                     QStringLiteral("leftLabel"),   QStringLiteral("aboveLabel"),
+                                     QStringLiteral("rightLabel"),  QStringLiteral("tableView"),
+                                     QStringLiteral("leftObject"),  QStringLiteral("aboveObject") };
     return table.contains(name);
 }
 
 bool isHelperWidgetName(const QString &name)
 {
-    static const QStringList table{QStringLiteral("qt_viewport"), QStringLiteral("tab control"),
-                                   QStringLiteral("qt_clipped_viewport"), QStringLiteral("qt_spinbox_edit"),
-                                   QStringLiteral("automatic menu bar")};
+    static const QStringList table { QStringLiteral("qt_viewport"), QStringLiteral("tab control"),
+                                     QStringLiteral("qt_clipped_viewport"), QStringLiteral("qt_spinbox_edit"),
+                                     QStringLiteral("automatic menu bar") };
     return table.contains(name);
 }
 
@@ -381,7 +386,7 @@ QString ObjectMap::fixedName(const QString &realName, bool create)
     QString error;
     QMap<QString, PropertyValue> props = parseNameByProperties(realName, &error);
     if (!error.isEmpty())
-        return realName;    // kept as written, like any unparsable name the map stores
+        return realName; // kept as written, like any unparsable name the map stores
     for (auto it = props.begin(); it != props.end(); ++it) {
         if (it->type() == PropertyValue::NestedName)
             *it = PropertyValue(symbolicName(it->value(), create), it->modifiers(), PropertyValue::PlainText);
@@ -425,11 +430,15 @@ QString ObjectMap::convertToOldName(const QString &realName) const
     if (name != props.end() && name->value() == QLatin1String("unnamed"))
         props.erase(name);
     expandReference(m_symbolicToReal, props, QStringLiteral("window"),
-                    {{"name", "windowName"}, {"type", "windowType"}, {"occurrence", "windowOccurrence"},
-                     {"caption", "windowCaption"}});
+                    { { "name", "windowName" },
+                      { "type", "windowType" },
+                      { "occurrence", "windowOccurrence" },
+                      { "caption", "windowCaption" } });
     expandReference(m_symbolicToReal, props, QStringLiteral("container"),
-                    {{"name", "containerName"}, {"type", "containerType"}, {"text", "containerLabel"}});
-    expandReference(m_symbolicToReal, props, QStringLiteral("buddy"), {{"text", "buddyText"}});
+                    { { "name", "containerName" },
+                      { "type", "containerType" },
+                      { "text", "containerLabel" } });
+    expandReference(m_symbolicToReal, props, QStringLiteral("buddy"), { { "text", "buddyText" } });
 
     // Deliberately not the canonical form: every operator is "=" and only quotes are escaped.
     QString text = QStringLiteral("{");
@@ -451,7 +460,7 @@ QString ObjectMap::symbolFromMultiPropName(const QString &realName) const
     const ObjectMap &map = s_current ? *s_current : *this;
     const QMap<QString, PropertyValue> props = parseNameByProperties(realName, nullptr);
     QString text;
-    for (const QStringList *table : {&windowTable(), &containerTable(), &objectTable()}) {
+    for (const QStringList *table : { &windowTable(), &containerTable(), &objectTable() }) {
         const QString part = getIdentifyingProperty(map, props, *table);
         if (part.isEmpty())
             continue;
@@ -525,7 +534,7 @@ QString ObjectMap::unescapeFromSerialize(QString text)
             continue;
         }
         if (i + 1 >= len)
-            break;      // a trailing backslash is dropped
+            break; // a trailing backslash is dropped
         const QChar next = text.at(++i);
         switch (next.unicode()) {
         case 'n':
@@ -646,9 +655,8 @@ ObjectMapText ObjectMap::readMapText(const QString &text)
             result.linesWithoutTab.push_back(number);
             break;
         case MapLine::Entry:
-            result.entries.push_back(
-                ObjectMapText::Entry { number, line.toString(), line.indexOf(QLatin1Char('\t')), symbolic,
-                                       ObjectName(real) });
+            result.entries.push_back(ObjectMapText::Entry {
+                number, line.toString(), line.indexOf(QLatin1Char('\t')), symbolic, ObjectName(real) });
             break;
         }
     });

@@ -21,13 +21,13 @@ struct ObjectMapText
     struct Entry
     {
         int line;
-        QString text;        // the line as written, escapes and all
-        int tab;             // index of the first tab in text
+        QString text; // the line as written, escapes and all
+        int tab; // index of the first tab in text
         QString symbolic;
-        ObjectName real;     // invalid when it does not parse: errorMessage(), errorOffset()
+        ObjectName real; // invalid when it does not parse: errorMessage(), errorOffset()
     };
     std::vector<Entry> entries;
-    std::vector<int> comments;           // lines starting with "#"
+    std::vector<int> comments; // lines starting with "#"
     std::vector<int> linesWithoutTab;
 };
 
@@ -103,8 +103,8 @@ private:
 
     struct RealEntry
     {
-        ObjectName name;    // as first added
-        QString symbolic;   // as last added
+        ObjectName name; // as first added
+        QString symbolic; // as last added
     };
     void insertEntry(const ObjectName &real, const QString &symbolic);
     void ensureIndex() const;

@@ -33,7 +33,15 @@ QString escapeBackslashes(QString text)
 inline bool isRegExpMetaChar(QChar c)
 {
     switch (c.unicode()) {
-    case '$': case '(': case ')': case '+': case '.': case '^': case '{': case '|': case '}':
+    case '$':
+    case '(':
+    case ')':
+    case '+':
+    case '.':
+    case '^':
+    case '{':
+    case '|':
+    case '}':
         return true;
     default:
         return false;
@@ -77,7 +85,7 @@ QString wildcard2regex(const QString &pattern)
                 rx += pattern.at(i++);
             }
             if (i >= len)
-                return rx;      // unterminated bracket: keep what was copied
+                return rx; // unterminated bracket: keep what was copied
             rx += pattern.at(i);
             break;
         case ']':
@@ -137,7 +145,10 @@ void setParseError(ParsePlace &place, const QString &name, unsigned int pos, con
 class MapSink
 {
 public:
-    explicit MapSink(QMap<QString, PropertyValue> *map) : m_map(map) { }
+    explicit MapSink(QMap<QString, PropertyValue> *map)
+        : m_map(map)
+    {
+    }
 
     void beginKey(const QChar *text, int n) { m_key = QString(text, n); }
     void appendKey(const QChar *text, int n) { m_key.append(text, n); }
@@ -150,7 +161,10 @@ public:
             m_value.append(text, n);
     }
     void appendValue(QChar c) { m_value.append(c); }
-    void endValue(PropertyValue::Modifiers op) { m_map->insert(m_key, PropertyValue(m_value, op, PropertyValue::PlainText)); }
+    void endValue(PropertyValue::Modifiers op)
+    {
+        m_map->insert(m_key, PropertyValue(m_value, op, PropertyValue::PlainText));
+    }
     void nestedValue(const QString &name, unsigned int start, unsigned int n, PropertyValue::Modifiers op)
     {
         m_map->insert(m_key, PropertyValue(name.mid(int(start), int(n)), op, PropertyValue::NestedName));
@@ -223,8 +237,8 @@ private:
 // levels are only validated (out is null) since the caller keeps their text verbatim. Running
 // off the end is reported by the caller, which knows whether it was inside a nested name.
 template <class Sink>
-ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &pos, ParsePlace &place, int depth,
-                                           Sink *out)
+ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &pos, ParsePlace &place,
+                                           int depth, Sink *out)
 {
     QString *error = place.error;
     const QChar *d = name.constData();
@@ -339,8 +353,8 @@ ParseStatus parseNameByPropertiesRecursive(const QString &name, unsigned int &po
             }
         } else if (d[pos] == QLatin1Char('{')) {
             const unsigned int start = pos;
-            const ParseStatus nested =
-                parseNameByPropertiesRecursive(name, pos, place, depth + 1, static_cast<Sink *>(nullptr));
+            const ParseStatus nested = parseNameByPropertiesRecursive(name, pos, place, depth + 1,
+                                                                      static_cast<Sink *>(nullptr));
             if (nested == ParseStatus::Failed)
                 return ParseStatus::Failed;
             if (nested == ParseStatus::RanOffEnd) {
@@ -460,7 +474,8 @@ bool propertyHash(const ObjectName &name, uint *hash)
 {
     // A name given as text and not parsed yet is hashed as it is read; the same reading would give its map.
     const QString &text = name.m_name;
-    if (!(name.m_current & ObjectName::PropertiesCurrent) && name.m_error.isEmpty() && isMultiPropertyName(text)) {
+    if (!(name.m_current & ObjectName::PropertiesCurrent) && name.m_error.isEmpty()
+        && isMultiPropertyName(text)) {
         HashSink sink;
         unsigned int pos = 0;
         ParsePlace place { nullptr };

@@ -61,10 +61,7 @@ public:
     ObjectName(const QMap<QString, PropertyValue> &properties);
 
     /// The text: verbatim when built from text, else the canonical printed form.
-    const QString &qualifiedName() const
-    {
-        return (m_current & TextCurrent) ? m_name : printedName();
-    }
+    const QString &qualifiedName() const { return (m_current & TextCurrent) ? m_name : printedName(); }
     /// The properties, parsed on first use; empty for plain names and for names that do not parse.
     const QMap<QString, PropertyValue> &properties() const;
     /// The value for \p key, or a default PropertyValue.

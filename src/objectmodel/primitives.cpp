@@ -135,19 +135,39 @@ Scalar scalarOf(double v)
     return Scalar::real(v);
 }
 
-void assign(short &out, const Scalar &v) { out = asInt16(v); }
-void assign(int &out, const Scalar &v) { out = asInt32(v); }
-void assign(long &out, const Scalar &v) { out = long(asInt64(v)); }
-void assign(bool &out, const Scalar &v) { out = asBool(v); }
-void assign(char &out, const Scalar &v) { out = asInt8(v); }
-void assign(double &out, const Scalar &v) { out = asReal(v); }
-void assign(long long &out, const Scalar &v) { out = asInt64(v); }
+void assign(short &out, const Scalar &v)
+{
+    out = asInt16(v);
+}
+void assign(int &out, const Scalar &v)
+{
+    out = asInt32(v);
+}
+void assign(long &out, const Scalar &v)
+{
+    out = long(asInt64(v));
+}
+void assign(bool &out, const Scalar &v)
+{
+    out = asBool(v);
+}
+void assign(char &out, const Scalar &v)
+{
+    out = asInt8(v);
+}
+void assign(double &out, const Scalar &v)
+{
+    out = asReal(v);
+}
+void assign(long long &out, const Scalar &v)
+{
+    out = asInt64(v);
+}
 
 Scalar readElement(int kind, const void *data, int i)
 {
-    return withStorageType(kind, [&](auto zero) {
-        return scalarOf(static_cast<const decltype(zero) *>(data)[i]);
-    });
+    return withStorageType(kind,
+                           [&](auto zero) { return scalarOf(static_cast<const decltype(zero) *>(data)[i]); });
 }
 
 void writeElement(int kind, void *data, int i, const Scalar &v)
@@ -457,8 +477,8 @@ Object *makeObject(void *data, const Class *cls, const ObjectAttribute &attr)
 
 // The object type of each kind, in kind order.
 Object *(*const s_objectMakers[])(void *, const Class *, const ObjectAttribute &) = {
-    makeObject<VexilObject_short>, makeObject<VexilObject_int>,    makeObject<VexilObject_long>,
-    makeObject<VexilObject_bool>,  makeObject<VexilObject_char>,   makeObject<VexilObject_double>,
+    makeObject<VexilObject_short>, makeObject<VexilObject_int>,  makeObject<VexilObject_long>,
+    makeObject<VexilObject_bool>,  makeObject<VexilObject_char>, makeObject<VexilObject_double>,
     makeObject<VexilObject_int64>,
 };
 
@@ -1035,7 +1055,8 @@ QString VexilObject_char::toDebugString() const
 
 int VexilObject_char::toInteger() const
 {
-    return charNumber<int>(data, objectAttribute(), [](const QString &text) { return text.toInt(nullptr, 10); });
+    return charNumber<int>(data, objectAttribute(),
+                           [](const QString &text) { return text.toInt(nullptr, 10); });
 }
 
 long long VexilObject_char::toInt64() const

@@ -10,7 +10,7 @@ using namespace ValueClass;
 
 namespace {
 
-const IntFields<ScreenPoint, 2> kFields = {{"x", "y"}, {&ScreenPoint::x, &ScreenPoint::y}};
+const IntFields<ScreenPoint, 2> kFields = { { "x", "y" }, { &ScreenPoint::x, &ScreenPoint::y } };
 
 } // namespace
 
@@ -58,7 +58,8 @@ bool ScreenPointClass::setProperty(int index, Object::Ptr object, Object::Ptr va
     return setPropertyChecked(this, index, object, value, property);
 }
 
-Object::Ptr ScreenPointClass::construct(int index, const ObjectList &args, const Constructor *constructor) const
+Object::Ptr ScreenPointClass::construct(int index, const ObjectList &args,
+                                        const Constructor *constructor) const
 {
     return constructChecked(this, index, args, constructor);
 }

@@ -10,8 +10,16 @@ namespace Vexil {
 /// A point on the screen.
 struct VEXIL_EXPORT ScreenPoint
 {
-    ScreenPoint() : x(0), y(0) { }
-    ScreenPoint(int px, int py) : x(px), y(py) { }
+    ScreenPoint()
+        : x(0)
+        , y(0)
+    {
+    }
+    ScreenPoint(int px, int py)
+        : x(px)
+        , y(py)
+    {
+    }
 
     int x;
     int y;

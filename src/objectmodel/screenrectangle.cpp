@@ -11,9 +11,9 @@ using namespace ValueClass;
 
 namespace {
 
-const IntFields<ScreenRectangle, 4> kFields = {
-    {"x", "y", "width", "height"},
-    {&ScreenRectangle::x, &ScreenRectangle::y, &ScreenRectangle::width, &ScreenRectangle::height}};
+const IntFields<ScreenRectangle, 4> kFields = { { "x", "y", "width", "height" },
+                                                { &ScreenRectangle::x, &ScreenRectangle::y,
+                                                  &ScreenRectangle::width, &ScreenRectangle::height } };
 
 // Offsets wrap around instead of overflowing: a rectangle at the far end of the int range is still no crash.
 int addWrapping(int a, int b)
@@ -88,7 +88,8 @@ bool ScreenRectangle_class::setProperty(int index, Object::Ptr object, Object::P
     return setPropertyChecked(this, index, object, value, property);
 }
 
-Object::Ptr ScreenRectangle_class::construct(int index, const ObjectList &args, const Constructor *constructor) const
+Object::Ptr ScreenRectangle_class::construct(int index, const ObjectList &args,
+                                             const Constructor *constructor) const
 {
     return constructChecked(this, index, args, constructor);
 }

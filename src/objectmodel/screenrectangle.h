@@ -13,9 +13,18 @@ namespace Vexil {
 struct VEXIL_EXPORT ScreenRectangle
 {
     /// All four -1, like the script object made without arguments.
-    ScreenRectangle() : x(-1), y(-1), width(-1), height(-1) { }
+    ScreenRectangle()
+        : x(-1)
+        , y(-1)
+        , width(-1)
+        , height(-1)
+    {
+    }
     ScreenRectangle(int rx, int ry, int rwidth, int rheight)
-        : x(rx), y(ry), width(rwidth), height(rheight)
+        : x(rx)
+        , y(ry)
+        , width(rwidth)
+        , height(rheight)
     {
     }
 

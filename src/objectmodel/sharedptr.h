@@ -12,8 +12,14 @@ namespace Vexil {
 class VEXIL_EXPORT Shared
 {
 public:
-    Shared() : m_refCount(0) { }
-    Shared(const Shared &) : m_refCount(0) { }
+    Shared()
+        : m_refCount(0)
+    {
+    }
+    Shared(const Shared &)
+        : m_refCount(0)
+    {
+    }
     Shared &operator=(const Shared &) { return *this; }
 
     void ref() const { ++m_refCount; }
@@ -33,25 +39,38 @@ template <class T>
 class SharedPtr
 {
 public:
-    SharedPtr() : m_ptr(nullptr) { }
-    SharedPtr(std::nullptr_t) : m_ptr(nullptr) { }
-    SharedPtr(T *p) : m_ptr(p)
+    SharedPtr()
+        : m_ptr(nullptr)
+    {
+    }
+    SharedPtr(std::nullptr_t)
+        : m_ptr(nullptr)
+    {
+    }
+    SharedPtr(T *p)
+        : m_ptr(p)
     {
         if (m_ptr)
             m_ptr->ref();
     }
-    SharedPtr(const SharedPtr &other) : m_ptr(other.m_ptr)
+    SharedPtr(const SharedPtr &other)
+        : m_ptr(other.m_ptr)
     {
         if (m_ptr)
             m_ptr->ref();
     }
     template <class U>
-    SharedPtr(const SharedPtr<U> &other) : m_ptr(other.get())
+    SharedPtr(const SharedPtr<U> &other)
+        : m_ptr(other.get())
     {
         if (m_ptr)
             m_ptr->ref();
     }
-    SharedPtr(SharedPtr &&other) noexcept : m_ptr(other.m_ptr) { other.m_ptr = nullptr; }
+    SharedPtr(SharedPtr &&other) noexcept
+        : m_ptr(other.m_ptr)
+    {
+        other.m_ptr = nullptr;
+    }
     ~SharedPtr() { release(m_ptr); }
 
     SharedPtr &operator=(const SharedPtr &other)
@@ -81,9 +100,15 @@ public:
     explicit operator bool() const { return m_ptr != nullptr; }
 
     template <class U>
-    bool operator==(const SharedPtr<U> &other) const { return m_ptr == other.get(); }
+    bool operator==(const SharedPtr<U> &other) const
+    {
+        return m_ptr == other.get();
+    }
     template <class U>
-    bool operator!=(const SharedPtr<U> &other) const { return m_ptr != other.get(); }
+    bool operator!=(const SharedPtr<U> &other) const
+    {
+        return m_ptr != other.get();
+    }
     bool operator==(std::nullptr_t) const { return m_ptr == nullptr; }
     bool operator!=(std::nullptr_t) const { return m_ptr != nullptr; }
 
@@ -97,9 +122,15 @@ private:
 };
 
 template <class T>
-bool operator==(std::nullptr_t, const SharedPtr<T> &p) { return p == nullptr; }
+bool operator==(std::nullptr_t, const SharedPtr<T> &p)
+{
+    return p == nullptr;
+}
 template <class T>
-bool operator!=(std::nullptr_t, const SharedPtr<T> &p) { return p != nullptr; }
+bool operator!=(std::nullptr_t, const SharedPtr<T> &p)
+{
+    return p != nullptr;
+}
 
 } // namespace Vexil
 

@@ -44,7 +44,9 @@ class LineMovement : public TouchBuilder::Movement
 {
 public:
     LineMovement(int duration, const Point &from, const Point &to)
-        : Movement(duration), m_from(from), m_to(to)
+        : Movement(duration)
+        , m_from(from)
+        , m_to(to)
     {
     }
 
@@ -74,14 +76,24 @@ class BezierMovement : public TouchBuilder::Movement
 public:
     // Quadratic: one control point.
     BezierMovement(int duration, const Point &from, const Point &control, const Point &to)
-        : Movement(duration), m_quadratic(true), m_from(from), m_c1(control), m_c2(control), m_to(to)
+        : Movement(duration)
+        , m_quadratic(true)
+        , m_from(from)
+        , m_c1(control)
+        , m_c2(control)
+        , m_to(to)
     {
         computeCoefficients();
     }
 
     // Cubic: two control points.
     BezierMovement(int duration, const Point &from, const Point &c1, const Point &c2, const Point &to)
-        : Movement(duration), m_quadratic(false), m_from(from), m_c1(c1), m_c2(c2), m_to(to)
+        : Movement(duration)
+        , m_quadratic(false)
+        , m_from(from)
+        , m_c1(c1)
+        , m_c2(c2)
+        , m_to(to)
     {
         computeCoefficients();
     }
@@ -160,7 +172,12 @@ void scaleArea(MultiTouchInfo *gesture, double fx, double fy)
 // Matrix and Point
 
 TouchBuilder::Matrix::Matrix(float m11, float m12, float m21, float m22, float dx, float dy)
-    : m11(m11), m12(m12), m21(m21), m22(m22), dx(dx), dy(dy)
+    : m11(m11)
+    , m12(m12)
+    , m21(m21)
+    , m22(m22)
+    , dx(dx)
+    , dy(dy)
 {
 }
 
@@ -314,7 +331,8 @@ bool TouchBuilder::curveTo(int duration, float cx, float cy, float x, float y)
     if (m_strokes.empty())
         return false;
     Stroke &stroke = m_strokes.back();
-    stroke.movements.emplace_back(new BezierMovement(duration, stroke.endPoint(), Point(cx, cy), Point(x, y)));
+    stroke.movements.emplace_back(
+        new BezierMovement(duration, stroke.endPoint(), Point(cx, cy), Point(x, y)));
     return true;
 }
 
@@ -363,7 +381,8 @@ void TouchBuilder::scale(float sx, float sy, float cx, float cy, bool defaultCen
         gesture.transform(defaultCentre ? aboutCentre(m, gesture.areaWidth / 2, gesture.areaHeight / 2)
                                         : aboutCentre(m, cx, cy));
     }
-    transformStrokes(defaultCentre ? aboutCentre(m, areaWidth() / 2, areaHeight() / 2) : aboutCentre(m, cx, cy));
+    transformStrokes(defaultCentre ? aboutCentre(m, areaWidth() / 2, areaHeight() / 2)
+                                   : aboutCentre(m, cx, cy));
 }
 
 void TouchBuilder::rotate(float angle, float cx, float cy, bool defaultCentre)
@@ -375,7 +394,8 @@ void TouchBuilder::rotate(float angle, float cx, float cy, bool defaultCentre)
         gesture.transform(defaultCentre ? aboutCentre(m, gesture.areaWidth / 2, gesture.areaHeight / 2)
                                         : aboutCentre(m, cx, cy));
     }
-    transformStrokes(defaultCentre ? aboutCentre(m, areaWidth() / 2, areaHeight() / 2) : aboutCentre(m, cx, cy));
+    transformStrokes(defaultCentre ? aboutCentre(m, areaWidth() / 2, areaHeight() / 2)
+                                   : aboutCentre(m, cx, cy));
 }
 
 void TouchBuilder::accelerate(float factor)
@@ -443,7 +463,7 @@ bool TouchBuilder::generateSamples(int intervalMs, std::string *error)
         });
 
         std::vector<TouchSample> samples;
-        std::vector<size_t> down;  // strokes whose pointer is down, by pointer id
+        std::vector<size_t> down; // strokes whose pointer is down, by pointer id
         size_t nextToStart = 0;
         size_t nextKey = 0;
         size_t points = 0;
@@ -462,7 +482,8 @@ bool TouchBuilder::generateSamples(int intervalMs, std::string *error)
                 ++nextKey;
 
             while (nextToStart < byStart.size() && m_strokes[byStart[nextToStart]].startTime <= t) {
-                down.insert(std::upper_bound(down.begin(), down.end(), byStart[nextToStart]), byStart[nextToStart]);
+                down.insert(std::upper_bound(down.begin(), down.end(), byStart[nextToStart]),
+                            byStart[nextToStart]);
                 ++nextToStart;
             }
             down.erase(std::remove_if(down.begin(), down.end(), [&](size_t i) { return timings[i].end < t; }),
@@ -484,7 +505,8 @@ bool TouchBuilder::generateSamples(int intervalMs, std::string *error)
                 const Stroke &stroke = m_strokes[i];
                 Timing &timing = timings[i];
                 // The last movement that has started by now.
-                while (timing.cursor + 1 < timing.movementStart.size() && timing.movementStart[timing.cursor + 1] <= t)
+                while (timing.cursor + 1 < timing.movementStart.size()
+                       && timing.movementStart[timing.cursor + 1] <= t)
                     ++timing.cursor;
                 const Movement &movement = *stroke.movements[timing.cursor];
                 const long long from = timing.movementStart[timing.cursor];
@@ -536,7 +558,8 @@ void MultiTouchInfo::toMilliMeter(float dpiX, float dpiY)
 
 void MultiTouchInfo::toPixel(float dpiX, float dpiY)
 {
-    if (unit == Pixel || !isPositive(dpiX) || !isPositive(dpiY) || (unit == LogicalPoint && !isPositive(scale)))
+    if (unit == Pixel || !isPositive(dpiX) || !isPositive(dpiY)
+        || (unit == LogicalPoint && !isPositive(scale)))
         return;
     toMilliMeter(dpiX, dpiY);
     scaleArea(this, dpiX / 25.4, dpiY / 25.4);
@@ -622,7 +645,8 @@ void MultiTouchInfo::updatePointerStates()
     for (size_t i = 0; i < samples.size(); ++i) {
         for (TouchPoint &point : samples[i].points) {
             const bool before = i > 0 && std::binary_search(ids[i - 1].begin(), ids[i - 1].end(), point.id);
-            const bool after = i + 1 < samples.size() && std::binary_search(ids[i + 1].begin(), ids[i + 1].end(), point.id);
+            const bool after = i + 1 < samples.size()
+                && std::binary_search(ids[i + 1].begin(), ids[i + 1].end(), point.id);
             point.state = !before ? TouchPoint::Down : (!after ? TouchPoint::Up : TouchPoint::Move);
         }
     }

@@ -15,11 +15,11 @@ struct TouchPoint
 {
     enum State { Down, Move, Up, Unknown };
 
-    int id = 0;                 ///< pointer id; the same finger keeps its id from sample to sample
+    int id = 0; ///< pointer id; the same finger keeps its id from sample to sample
     float x = 0.0f;
     float y = 0.0f;
-    float pressure = -1.0f;     ///< -1 when not given
-    float size = -1.0f;         ///< contact size; -1 when not given
+    float pressure = -1.0f; ///< -1 when not given
+    float size = -1.0f; ///< contact size; -1 when not given
     State state = Unknown;
 };
 
@@ -96,7 +96,11 @@ public:
         float y = 0.0f;
 
         Point() = default;
-        Point(float x, float y) : x(x), y(y) {}
+        Point(float x, float y)
+            : x(x)
+            , y(y)
+        {
+        }
         Point &operator*=(const Matrix &m);
     };
 
@@ -112,7 +116,10 @@ public:
         virtual void transform(const Matrix &m) = 0;
 
     protected:
-        explicit Movement(int duration) : m_duration(duration) {}
+        explicit Movement(int duration)
+            : m_duration(duration)
+        {
+        }
 
     private:
         int m_duration;
@@ -121,12 +128,12 @@ public:
     /// One finger: where and when it touches, then its movements in order.
     struct VEXIL_EXPORT Stroke
     {
-        int state = -1;             ///< pointer state; -1 while not assigned (sampled points carry theirs)
+        int state = -1; ///< pointer state; -1 while not assigned (sampled points carry theirs)
         float x = 0.0f;
         float y = 0.0f;
-        float pressure = -1.0f;     ///< -1 when not given
-        float size = -1.0f;         ///< -1 when not given
-        int startTime = 0;          ///< milliseconds
+        float pressure = -1.0f; ///< -1 when not given
+        float size = -1.0f; ///< -1 when not given
+        int startTime = 0; ///< milliseconds
         std::vector<std::unique_ptr<Movement>> movements;
 
         /// Where the last movement ends, or the start point when there is none.
@@ -201,11 +208,11 @@ struct VEXIL_EXPORT MultiTouchInfo
 
     float areaWidth = 0.0f;
     float areaHeight = 0.0f;
-    float scale = 1.0f;         ///< logical point factor of the device
+    float scale = 1.0f; ///< logical point factor of the device
     float speed = 1.0f;
     bool speedSet = false;
     Unit unit = MilliMeter;
-    std::vector<TouchSample> samples;   ///< in time order
+    std::vector<TouchSample> samples; ///< in time order
 
     /// Unit conversions for a screen of \p dpiX by \p dpiY dots per inch. Nothing changes when the
     /// unit is already the target, or when a dpi (or, for logical points, scale) is not above 0.

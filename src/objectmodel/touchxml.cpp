@@ -132,7 +132,7 @@ bool checkEncoding(const std::string &text, GestureXmlError *message)
             continue;
         }
         int follow = 0;
-        unsigned char low = 0x80, high = 0xBF;  // range of the first continuation byte
+        unsigned char low = 0x80, high = 0xBF; // range of the first continuation byte
         if (c >= 0xC2 && c <= 0xDF) {
             follow = 1;
         } else if (c >= 0xE0 && c <= 0xEF) {
@@ -194,7 +194,7 @@ bool startsWith(const std::string &text, size_t pos, const char *prefix)
 // characters. TinyXML reads declarations by its own rules; this form reads the same either way.
 bool isPlainDeclaration(const std::string &content)
 {
-    size_t i = 3;  // after "xml"
+    size_t i = 3; // after "xml"
     const size_t n = content.size();
     while (i < n) {
         const size_t spaceStart = i;
@@ -373,8 +373,8 @@ bool readAttribute(const TiXmlElement *element, const char *name, T *out, Gestur
     }
     if (!parseNumber(text, out)) {
         *message = xmlError(element->Row(), element->Column(),
-                            std::string("the attribute '") + name + "' of the element '"
-                                + element->ValueStr() + "' is not a valid number");
+                            std::string("the attribute '") + name + "' of the element '" + element->ValueStr()
+                                + "' is not a valid number");
         return false;
     }
     return true;
@@ -394,7 +394,8 @@ bool readGesture(const TiXmlElement *element, MultiTouchInfo *gesture, GestureXm
         gesture->unit = MultiTouchInfo::Pixel;
 
     std::vector<int> ids;
-    for (const TiXmlElement *s = element->FirstChildElement("sample"); s; s = s->NextSiblingElement("sample")) {
+    for (const TiXmlElement *s = element->FirstChildElement("sample"); s;
+         s = s->NextSiblingElement("sample")) {
         TouchSample sample;
         if (!readAttribute(s, "timestamp", &sample.timestamp, message))
             return false;
@@ -457,7 +458,8 @@ bool readGestures(const std::string &xml, std::vector<MultiTouchInfo> *gestures,
         *message = xmlError(root->Row(), root->Column(), "the root element is not 'gestures'");
         return false;
     }
-    for (const TiXmlElement *e = root->FirstChildElement("multi-point"); e; e = e->NextSiblingElement("multi-point")) {
+    for (const TiXmlElement *e = root->FirstChildElement("multi-point"); e;
+         e = e->NextSiblingElement("multi-point")) {
         MultiTouchInfo gesture;
         if (!readGesture(e, &gesture, message))
             return false;

@@ -93,16 +93,19 @@ struct IntFields
     QString name(int field) const { return QString::fromLatin1(names[field]); }
 
     // A constructor argument named like the field.
-    Argument argument(int field) const { return Argument(name(field), Inspector::self()->type(Inspector::Int)); }
+    Argument argument(int field) const
+    {
+        return Argument(name(field), Inspector::self()->type(Inspector::Int));
+    }
 
     Property *createProperty(const Class *owner, int index) const
     {
         const int local = index - owner->superClassOffset(Class::PropertyOffset);
         if (local < 0 || local >= N)
             return nullptr;
-        const auto *decl = new PropertyDeclaration(owner, Argument(Inspector::self()->type(Inspector::Int)),
-                                                   name(local),
-                                                   PropertyDeclaration::Readable | PropertyDeclaration::Writable);
+        const auto *decl =
+            new PropertyDeclaration(owner, Argument(Inspector::self()->type(Inspector::Int)), name(local),
+                                    PropertyDeclaration::Readable | PropertyDeclaration::Writable);
         return new Property(decl, owner, index, true);
     }
 
@@ -123,8 +126,8 @@ struct IntFields
 };
 
 // Refuses an object of another class: the raw property slot is told nothing about the object's class.
-inline bool setPropertyChecked(const Class *cls, int index, const Object::Ptr &object, const Object::Ptr &value,
-                               const Property *property)
+inline bool setPropertyChecked(const Class *cls, int index, const Object::Ptr &object,
+                               const Object::Ptr &value, const Property *property)
 {
     if (object && !object->isA(cls))
         return false;

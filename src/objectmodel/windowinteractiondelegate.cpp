@@ -237,8 +237,8 @@ Object::Ptr getWindowGeometryByObject(const ObjectList &args, const Class *)
 
 Object::Ptr focusedWindow(const ObjectList &, const Class *)
 {
-    const std::vector<const Delegate *> delegates =
-        DelegateFactory::self()->delegatesForType(Delegate::WindowInteraction);
+    const std::vector<const Delegate *> delegates = DelegateFactory::self()->delegatesForType(
+        Delegate::WindowInteraction);
     for (const Delegate *candidate : delegates) {
         const WindowInteractionDelegate *d = dynamic_cast<const WindowInteractionDelegate *>(candidate);
         if (!d)

@@ -15,8 +15,16 @@ namespace Vexil {
 template <class T>
 struct FunctionCallResult
 {
-    FunctionCallResult() : value(), error() { }
-    FunctionCallResult(const T &v, const QString &e = QString()) : value(v), error(e) { }
+    FunctionCallResult()
+        : value()
+        , error()
+    {
+    }
+    FunctionCallResult(const T &v, const QString &e = QString())
+        : value(v)
+        , error(e)
+    {
+    }
 
     bool ok() const { return error.isEmpty(); }
 
@@ -28,8 +36,14 @@ struct FunctionCallResult
 template <>
 struct FunctionCallResult<void>
 {
-    FunctionCallResult() : error() { }
-    FunctionCallResult(const QString &e) : error(e) { }
+    FunctionCallResult()
+        : error()
+    {
+    }
+    FunctionCallResult(const QString &e)
+        : error(e)
+    {
+    }
 
     bool ok() const { return error.isEmpty(); }
 
@@ -62,7 +76,7 @@ public:
 /// One window operation as interactWithWindow calls it: the window, the script's remaining arguments and
 /// the delegate that serves the window's class.
 typedef FunctionCallResult<void> (*WindowOperation)(Object::Ptr window, const ObjectList &args,
-                                                   const WindowInteractionDelegate *d);
+                                                    const WindowInteractionDelegate *d);
 
 VEXIL_EXPORT FunctionCallResult<void> closeWindow(Object::Ptr window, const ObjectList &args,
                                                   const WindowInteractionDelegate *d);

@@ -15,26 +15,26 @@ struct ArgumentDescriptor
 {
     enum Kind : std::int8_t { PrimitiveType = 0, NamedType = 1, RealNamedType = 2 };
 
-    int name;              ///< offset of the UTF-8 name, -1 for an unnamed argument
-    std::int8_t kind;      ///< 0 primitive index, 1 type name, 2 type name through the class's realType
-    int type;              ///< kind 0: the Inspector's primitive type index, else offset of the type name
-    int flags;             ///< argument flags, passed on unchanged
-    int count;             ///< element count, passed on unchanged
-    int enumName;          ///< offset of the enum's name, -1 for none
+    int name; ///< offset of the UTF-8 name, -1 for an unnamed argument
+    std::int8_t kind; ///< 0 primitive index, 1 type name, 2 type name through the class's realType
+    int type; ///< kind 0: the Inspector's primitive type index, else offset of the type name
+    int flags; ///< argument flags, passed on unchanged
+    int count; ///< element count, passed on unchanged
+    int enumName; ///< offset of the enum's name, -1 for none
 };
 
 struct MethodDescriptor
 {
-    int returnArgument;    ///< index into the argument descriptors
-    int name;              ///< offset of the name
+    int returnArgument; ///< index into the argument descriptors
+    int name; ///< offset of the name
     int argumentCount;
-    int firstArgument;     ///< index into the signature data
+    int firstArgument; ///< index into the signature data
     std::uint8_t isStatic; ///< passed to Method as its static flag
 };
 
 struct ConstructorDescriptor
 {
-    int firstArgument;     ///< index into the signature data
+    int firstArgument; ///< index into the signature data
     int argumentCount;
 };
 

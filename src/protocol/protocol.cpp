@@ -15,7 +15,17 @@ namespace Protocol {
 namespace {
 
 enum Tag : quint8 {
-    NoneTag = 0, BoolTag, IntTag, DoubleTag, TextTag, ListTag, MapTag, ObjectTag, PointTag, RectTag, DateTimeTag,
+    NoneTag = 0,
+    BoolTag,
+    IntTag,
+    DoubleTag,
+    TextTag,
+    ListTag,
+    MapTag,
+    ObjectTag,
+    PointTag,
+    RectTag,
+    DateTimeTag,
     BytesTag
 };
 
@@ -91,21 +101,30 @@ void writeValue(QDataStream &out, const QVariant &value)
     case QMetaType::Bool:
         out << quint8(BoolTag) << quint8(value.toBool());
         return;
-    case QMetaType::Int: case QMetaType::UInt: case QMetaType::Long: case QMetaType::ULong:
-    case QMetaType::LongLong: case QMetaType::Short: case QMetaType::UShort: case QMetaType::Char:
-    case QMetaType::SChar: case QMetaType::UChar:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Char:
+    case QMetaType::SChar:
+    case QMetaType::UChar:
         out << quint8(IntTag) << qint64(value.toLongLong());
         return;
     case QMetaType::ULongLong:
         out << quint8(IntTag) << qint64(value.toULongLong());
         return;
-    case QMetaType::Double: case QMetaType::Float:
+    case QMetaType::Double:
+    case QMetaType::Float:
         out << quint8(DoubleTag) << value.toDouble();
         return;
     case QMetaType::QString:
         out << quint8(TextTag) << value.toString();
         return;
-    case QMetaType::QStringList: case QMetaType::QVariantList: {
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList: {
         const QVariantList list = value.toList();
         out << quint8(ListTag);
         writeValueList(out, list);
@@ -225,7 +244,8 @@ bool readValue(QDataStream &in, QVariant *value, int depth)
         in >> x >> y >> w >> h;
         // QRect keeps the far corner, which must stay within int.
         if (qint64(x) + w > std::numeric_limits<int>::max() || qint64(y) + h > std::numeric_limits<int>::max()
-            || qint64(x) + w < std::numeric_limits<int>::min() || qint64(y) + h < std::numeric_limits<int>::min())
+            || qint64(x) + w < std::numeric_limits<int>::min()
+            || qint64(y) + h < std::numeric_limits<int>::min())
             return fail(in);
         *value = QRect(x, y, w, h);
         break;
@@ -291,17 +311,28 @@ bool sameSecret(const QByteArray &a, const QByteArray &b)
 QString errorName(quint16 code)
 {
     switch (code) {
-    case BadRequest: return QStringLiteral("bad request");
-    case UnknownRequest: return QStringLiteral("unknown request");
-    case NoSuchObject: return QStringLiteral("no such object");
-    case StaleObject: return QStringLiteral("stale object");
-    case ObjectNotFound: return QStringLiteral("object not found");
-    case InvocationError: return QStringLiteral("invocation error");
-    case Timeout: return QStringLiteral("time-out");
-    case Unsupported: return QStringLiteral("unsupported program");
-    case VersionMismatch: return QStringLiteral("protocol version mismatch");
-    case ConnectionLost: return QStringLiteral("connection lost");
-    case NotConnected: return QStringLiteral("not connected");
+    case BadRequest:
+        return QStringLiteral("bad request");
+    case UnknownRequest:
+        return QStringLiteral("unknown request");
+    case NoSuchObject:
+        return QStringLiteral("no such object");
+    case StaleObject:
+        return QStringLiteral("stale object");
+    case ObjectNotFound:
+        return QStringLiteral("object not found");
+    case InvocationError:
+        return QStringLiteral("invocation error");
+    case Timeout:
+        return QStringLiteral("time-out");
+    case Unsupported:
+        return QStringLiteral("unsupported program");
+    case VersionMismatch:
+        return QStringLiteral("protocol version mismatch");
+    case ConnectionLost:
+        return QStringLiteral("connection lost");
+    case NotConnected:
+        return QStringLiteral("not connected");
     }
     return QStringLiteral("error %1").arg(code);
 }

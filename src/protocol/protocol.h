@@ -14,14 +14,31 @@ namespace Protocol {
 
 constexpr quint32 Version = 1;
 constexpr int StreamVersion = QDataStream::Qt_5_12;
-constexpr quint32 MinFrameLength = 6;              // id + kind
+constexpr quint32 MinFrameLength = 6; // id + kind
 constexpr quint32 MaxFrameLength = 64u << 20;
-constexpr quint32 MaxHandshakeFrameLength = 4096;  // before a peer has shown it may talk to us
-constexpr int MaxValueDepth = 64;                  // nesting of lists and maps in one value
+constexpr quint32 MaxHandshakeFrameLength = 4096; // before a peer has shown it may talk to us
+constexpr int MaxValueDepth = 64; // nesting of lists and maps in one value
 
 enum Request : quint16 {
-    Hello = 1, Ping, Find, Step, GetProperty, SetProperty, Invoke, Call, Children, Parent, Describe, ClassInfo,
-    Screenshot, Record, ObjectMapOp, Setting, Release, Quit, WaitForProperty,
+    Hello = 1,
+    Ping,
+    Find,
+    Step,
+    GetProperty,
+    SetProperty,
+    Invoke,
+    Call,
+    Children,
+    Parent,
+    Describe,
+    ClassInfo,
+    Screenshot,
+    Record,
+    ObjectMapOp,
+    Setting,
+    Release,
+    Quit,
+    WaitForProperty,
     LastRequest = WaitForProperty
 };
 enum Answer : quint16 { Ok = 0x8000, Failed = 0x8001 };
@@ -30,10 +47,18 @@ enum StepAction : quint8 { NoAction = 0, InvokeAction, SetPropertyAction, CallAc
 enum TargetKind : quint8 { ByName = 0, ByHandle = 1 };
 
 enum ErrorCode : quint16 {
-    BadRequest = 1, UnknownRequest, NoSuchObject, StaleObject, ObjectNotFound, InvocationError, Timeout,
-    Unsupported, VersionMismatch,
+    BadRequest = 1,
+    UnknownRequest,
+    NoSuchObject,
+    StaleObject,
+    ObjectNotFound,
+    InvocationError,
+    Timeout,
+    Unsupported,
+    VersionMismatch,
     // Client side only: never on the wire.
-    ConnectionLost = 100, NotConnected
+    ConnectionLost = 100,
+    NotConnected
 };
 
 /// An application object as it travels: the agent's handle and the object's class name.
@@ -60,7 +85,10 @@ class FrameReader
 public:
     enum Result { NeedMore, FrameReady, Invalid };
 
-    explicit FrameReader(quint32 maxLength = MaxFrameLength) : m_maxLength(maxLength) {}
+    explicit FrameReader(quint32 maxLength = MaxFrameLength)
+        : m_maxLength(maxLength)
+    {
+    }
     void setMaxLength(quint32 maxLength) { m_maxLength = maxLength; }
     void append(const QByteArray &bytes) { m_buffer.append(bytes); }
     /// Invalid means the length field is out of range: the stream cannot be resynchronised, close it.

@@ -80,7 +80,11 @@ namespace {
 // Counts a class being built, so that pushes are not applied in the middle of it.
 struct Building
 {
-    explicit Building(RemoteInspectorPrivate *d) : d(d) { ++d->building; }
+    explicit Building(RemoteInspectorPrivate *d)
+        : d(d)
+    {
+        ++d->building;
+    }
     ~Building() { --d->building; }
     RemoteInspectorPrivate *d;
 };
@@ -150,12 +154,14 @@ Enum *RemoteClass::createEnum(int index) const
     return e;
 }
 
-Object::Ptr RemoteClass::invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const
+Object::Ptr RemoteClass::invoke(int index, Object::Ptr object, const ObjectList &args,
+                                const Method *method) const
 {
     if (!method)
         method = this->method(index);
     if (!method) {
-        m_owner->setError(QStringLiteral("Class %1 has no method number %2").arg(QString::fromLatin1(name())).arg(index));
+        m_owner->setError(
+            QStringLiteral("Class %1 has no method number %2").arg(QString::fromLatin1(name())).arg(index));
         return Object::Ptr();
     }
     if (size_t(method->signature().count()) != args.size()) {
@@ -185,7 +191,8 @@ Object::Ptr RemoteClass::getProperty(int index, Object::Ptr object, const Proper
     return handle ? m_owner->getProperty(handle, property->name()) : Object::Ptr();
 }
 
-bool RemoteClass::setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const
+bool RemoteClass::setProperty(int index, Object::Ptr object, Object::Ptr value,
+                              const Property *property) const
 {
     if (!property)
         property = this->property(index);

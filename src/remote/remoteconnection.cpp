@@ -48,10 +48,7 @@ struct Connection::Private
             return local->state() == QLocalSocket::ConnectedState;
         return tcp && tcp->state() == QAbstractSocket::ConnectedState;
     }
-    bool waitForReadyRead(int ms)
-    {
-        return local ? local->waitForReadyRead(ms) : tcp->waitForReadyRead(ms);
-    }
+    bool waitForReadyRead(int ms) { return local ? local->waitForReadyRead(ms) : tcp->waitForReadyRead(ms); }
     void flush()
     {
         if (local)
@@ -61,7 +58,10 @@ struct Connection::Private
     }
 };
 
-Connection::Connection() : d(new Private) {}
+Connection::Connection()
+    : d(new Private)
+{
+}
 
 Connection::~Connection()
 {
@@ -121,7 +121,8 @@ bool Connection::open(const QString &address, const QString &token, int timeoutM
         d->tcp->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     } else {
         error->code = Protocol::NotConnected;
-        error->text = QStringLiteral("'%1' is not an address (expected local:PATH or tcp:HOST:PORT)").arg(address);
+        error->text =
+            QStringLiteral("'%1' is not an address (expected local:PATH or tcp:HOST:PORT)").arg(address);
         return false;
     }
 
@@ -151,7 +152,8 @@ bool Connection::open(const QString &address, const QString &token, int timeoutM
     return true;
 }
 
-bool Connection::request(quint16 kind, const QByteArray &body, QByteArray *answer, Error *error, int timeoutMs)
+bool Connection::request(quint16 kind, const QByteArray &body, QByteArray *answer, Error *error,
+                         int timeoutMs)
 {
     if (!d->connected()) {
         error->code = Protocol::NotConnected;
@@ -205,7 +207,8 @@ bool Connection::request(quint16 kind, const QByteArray &body, QByteArray *answe
         }
         if (deadline.hasExpired()) {
             error->code = Protocol::Timeout;
-            error->text = QStringLiteral("the application did not answer within %1 s (is its GUI thread busy?)")
+            error->text = QStringLiteral(
+                              "the application did not answer within %1 s (is its GUI thread busy?)")
                               .arg(timeoutMs / 1000.0);
             return false;
         }
@@ -329,10 +332,14 @@ QString randomToken()
 QString qtDependencyProblem(const QString &program)
 {
     QFile file(program);
-    if (!file.open(QIODevice::ReadOnly) || file.read(4) != QByteArray("\x7f" "ELF", 4))
+    if (!file.open(QIODevice::ReadOnly)
+        || file.read(4)
+            != QByteArray("\x7f"
+                          "ELF",
+                          4))
         return QString();
     QProcess ldd;
-    ldd.start(QStringLiteral("ldd"), {program});
+    ldd.start(QStringLiteral("ldd"), { program });
     if (!ldd.waitForFinished(10000) || ldd.exitCode() != 0)
         return QString();
     const QString libs = QString::fromLocal8Bit(ldd.readAllStandardOutput());
@@ -369,7 +376,8 @@ QString findProgram(const QString &name)
 
 } // namespace
 
-std::unique_ptr<Application> Application::launch(const QStringList &argv, const Options &options, QString *error)
+std::unique_ptr<Application> Application::launch(const QStringList &argv, const Options &options,
+                                                 QString *error)
 {
     if (argv.isEmpty()) {
         *error = QStringLiteral("no program to launch");
@@ -387,7 +395,8 @@ std::unique_ptr<Application> Application::launch(const QStringList &argv, const 
     }
     const QString agent = agentLibrary();
     if (agent.isEmpty()) {
-        *error = QStringLiteral("the agent library libvexil_agent.so was not found (set VEXIL_AGENT_LIBRARY)");
+        *error = QStringLiteral(
+            "the agent library libvexil_agent.so was not found (set VEXIL_AGENT_LIBRARY)");
         return nullptr;
     }
 
@@ -434,7 +443,8 @@ std::unique_ptr<Application> Application::launch(const QStringList &argv, const 
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     // Qt Quick finds no OpenGL offscreen: its software renderer draws, unless the user chose a renderer.
     if (env.value(QStringLiteral("QT_QPA_PLATFORM")).startsWith(QLatin1String("offscreen"))
-        && env.value(QStringLiteral("QT_QUICK_BACKEND")).isEmpty() && env.value(QStringLiteral("QMLSCENE_DEVICE")).isEmpty())
+        && env.value(QStringLiteral("QT_QUICK_BACKEND")).isEmpty()
+        && env.value(QStringLiteral("QMLSCENE_DEVICE")).isEmpty())
         env.insert(QStringLiteral("QT_QUICK_BACKEND"), QStringLiteral("software"));
 
     app->m_process.reset(new ChildProcess);
@@ -464,8 +474,8 @@ std::unique_ptr<Application> Application::launch(const QStringList &argv, const 
         }
     }
     Error connectError;
-    if (!app->m_connection.open(app->m_address, app->m_token, int(qMax<qint64>(1000, deadline.remainingTime())),
-                                &connectError)) {
+    if (!app->m_connection.open(app->m_address, app->m_token,
+                                int(qMax<qint64>(1000, deadline.remainingTime())), &connectError)) {
         *error = connectError.code == Protocol::Unsupported
             ? QStringLiteral("%1: %2").arg(program, connectError.text)
             : QStringLiteral("no handshake with %1: %2").arg(program, connectError.text);

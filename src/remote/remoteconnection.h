@@ -72,18 +72,19 @@ class VEXIL_REMOTE_EXPORT Application
 public:
     struct Options
     {
-        QStringList extraEnvironment;  // "NAME=value"
+        QStringList extraEnvironment; // "NAME=value"
         QString workingDirectory;
-        QString listen;                // "tcp:HOST:PORT" to listen there too
+        QString listen; // "tcp:HOST:PORT" to listen there too
         int timeoutMs = 30000;
-        bool visible = false;          // keep the caller's QT_QPA_PLATFORM (a real display)
+        bool visible = false; // keep the caller's QT_QPA_PLATFORM (a real display)
     };
 
     ~Application();
 
     /// Starts \p argv with the agent and connects. Null with \p error naming the cause: not found, not a Qt 5
     /// program, the agent's refusal, exited early with code N, no handshake in time.
-    static std::unique_ptr<Application> launch(const QStringList &argv, const Options &options, QString *error);
+    static std::unique_ptr<Application> launch(const QStringList &argv, const Options &options,
+                                               QString *error);
     /// Connects to a program already running under the agent.
     static std::unique_ptr<Application> attach(const QString &address, const QString &token, int timeoutMs,
                                                QString *error);

@@ -218,8 +218,9 @@ const Class *RemoteInspectorPrivate::remoteClass(const QString &name)
     const QString kept = error;
     ClassDescription description;
     bool described = false;
-    const bool ok = exchange(Protocol::ClassInfo, [&](QDataStream &out) { out << key; },
-                             [&](QDataStream &in) { described = description.read(in); });
+    const bool ok = exchange(
+        Protocol::ClassInfo, [&](QDataStream &out) { out << key; },
+        [&](QDataStream &in) { described = description.read(in); });
     error = kept;
     if (!ok || !described)
         return nullptr;
@@ -303,8 +304,9 @@ Object::Ptr RemoteInspectorPrivate::invoke(quint64 handle, const QString &method
 Object::Ptr RemoteInspectorPrivate::getProperty(quint64 handle, const QString &property)
 {
     QVariant value;
-    const bool ok = exchange(Protocol::GetProperty, [&](QDataStream &out) { out << handle << property; },
-                             [&](QDataStream &in) { Protocol::readValue(in, &value); });
+    const bool ok = exchange(
+        Protocol::GetProperty, [&](QDataStream &out) { out << handle << property; },
+        [&](QDataStream &in) { Protocol::readValue(in, &value); });
     return ok ? toLocal(value) : Object::Ptr();
 }
 
@@ -326,8 +328,9 @@ ObjectList RemoteInspectorPrivate::children(quint64 handle)
 {
     QVariantList values;
     ObjectList result;
-    if (exchange(Protocol::Children, [&](QDataStream &out) { out << handle; },
-                 [&](QDataStream &in) { Protocol::readValueList(in, &values); })) {
+    if (exchange(
+            Protocol::Children, [&](QDataStream &out) { out << handle; },
+            [&](QDataStream &in) { Protocol::readValueList(in, &values); })) {
         for (const QVariant &v : qAsConst(values))
             result.push_back(toLocal(v));
     }
@@ -337,8 +340,9 @@ ObjectList RemoteInspectorPrivate::children(quint64 handle)
 Object::Ptr RemoteInspectorPrivate::parent(quint64 handle)
 {
     QVariant value;
-    if (!exchange(Protocol::Parent, [&](QDataStream &out) { out << handle; },
-                  [&](QDataStream &in) { Protocol::readValue(in, &value); }))
+    if (!exchange(
+            Protocol::Parent, [&](QDataStream &out) { out << handle; },
+            [&](QDataStream &in) { Protocol::readValue(in, &value); }))
         return Object::Ptr();
     return value.isValid() ? toLocal(value) : Object::Ptr();
 }
@@ -361,8 +365,9 @@ QVariant RemoteInspectorPrivate::setting(const QString &operation, const QVarian
 QStringList RemoteInspectorPrivate::objectMap(const QString &operation, const QStringList &args, bool *ok)
 {
     QStringList result;
-    *ok = exchange(Protocol::ObjectMapOp, [&](QDataStream &out) { out << operation << args; },
-                   [&](QDataStream &in) { in >> result; });
+    *ok = exchange(
+        Protocol::ObjectMapOp, [&](QDataStream &out) { out << operation << args; },
+        [&](QDataStream &in) { in >> result; });
     return result;
 }
 
@@ -413,8 +418,9 @@ Object::Ptr RemoteInspector::object(int index) const
 Object::Ptr RemoteInspector::object(const QString &name) const
 {
     QVariant value;
-    if (!d->exchange(Protocol::Find, [&](QDataStream &out) { out << name << qint32(-1); },
-                     [&](QDataStream &in) { Protocol::readValue(in, &value); }))
+    if (!d->exchange(
+            Protocol::Find, [&](QDataStream &out) { out << name << qint32(-1); },
+            [&](QDataStream &in) { Protocol::readValue(in, &value); }))
         return Object::Ptr();
     return d->toLocal(value);
 }
@@ -436,8 +442,9 @@ Object::Ptr RemoteInspector::waitForObject(const QString &name, int waitMs)
     // The wait is the program's; the request only has to outlast it.
     if (waitMs >= 0)
         d->timeoutMs = qMax(kept, waitMs + 5000);
-    const bool ok = d->exchange(Protocol::Find, [&](QDataStream &out) { out << name << qint32(waitMs); },
-                                [&](QDataStream &in) { Protocol::readValue(in, &value); });
+    const bool ok = d->exchange(
+        Protocol::Find, [&](QDataStream &out) { out << name << qint32(waitMs); },
+        [&](QDataStream &in) { Protocol::readValue(in, &value); });
     d->timeoutMs = kept;
     return ok ? d->toLocal(value) : Object::Ptr();
 }
@@ -451,13 +458,14 @@ Object::Ptr RemoteInspector::waitForProperty(const Object::Ptr &object, const QS
     QVariant value;
     const int kept = d->timeoutMs;
     d->timeoutMs = qMax(kept, waitMs + 5000);
-    const bool ok = d->exchange(Protocol::WaitForProperty,
-                                [&](QDataStream &out) {
-                                    out << handle << property;
-                                    Protocol::writeValue(out, expected);
-                                    out << qint32(waitMs);
-                                },
-                                [&](QDataStream &in) { Protocol::readValue(in, &value); });
+    const bool ok = d->exchange(
+        Protocol::WaitForProperty,
+        [&](QDataStream &out) {
+            out << handle << property;
+            Protocol::writeValue(out, expected);
+            out << qint32(waitMs);
+        },
+        [&](QDataStream &in) { Protocol::readValue(in, &value); });
     d->timeoutMs = kept;
     return ok ? d->toLocal(value) : Object::Ptr();
 }
@@ -596,42 +604,42 @@ Object::Ptr RemoteInspector::voidObject() const
 
 void RemoteInspector::addPropertyDelegate(const QString &className, const QStringList &declarations)
 {
-    d->setting(QStringLiteral("addPropertyDelegate"), {className, declarations});
+    d->setting(QStringLiteral("addPropertyDelegate"), { className, declarations });
 }
 
 void RemoteInspector::setUniqueProperty(const QString &key, const QString &property)
 {
-    d->setting(QStringLiteral("setUniqueProperty"), {key, property});
+    d->setting(QStringLiteral("setUniqueProperty"), { key, property });
 }
 
 void RemoteInspector::setExtensionCode(const QString &code, const QString &language)
 {
-    d->setting(QStringLiteral("setExtensionCode"), {code, language});
+    d->setting(QStringLiteral("setExtensionCode"), { code, language });
 }
 
 void RemoteInspector::setMouseTracking(const QString &key, bool on)
 {
-    d->setting(QStringLiteral("setMouseTracking"), {key, on});
+    d->setting(QStringLiteral("setMouseTracking"), { key, on });
 }
 
 void RemoteInspector::setRecordMouseDrag(const QString &key, bool on)
 {
-    d->setting(QStringLiteral("setRecordMouseDrag"), {key, on});
+    d->setting(QStringLiteral("setRecordMouseDrag"), { key, on });
 }
 
 void RemoteInspector::setAllowKeyEventCompression(const QString &key, bool on)
 {
-    d->setting(QStringLiteral("setAllowKeyEventCompression"), {key, on});
+    d->setting(QStringLiteral("setAllowKeyEventCompression"), { key, on });
 }
 
 void RemoteInspector::enableEventCompression(const QString &key, bool on)
 {
-    d->setting(QStringLiteral("enableEventCompression"), {key, on});
+    d->setting(QStringLiteral("enableEventCompression"), { key, on });
 }
 
 void RemoteInspector::setRecorderFilter(const QString &key, const QString &filter)
 {
-    d->setting(QStringLiteral("setRecorderFilter"), {key, filter});
+    d->setting(QStringLiteral("setRecorderFilter"), { key, filter });
 }
 
 void RemoteInspector::setError(const QString &text)
@@ -657,12 +665,13 @@ bool handlerSetting(RemoteInspectorPrivate *d, const QString &operation, const Q
 
 } // namespace
 
-bool RemoteInspector::installObjectEventHandler(Object::Ptr object, const QString &event, const QString &handler)
+bool RemoteInspector::installObjectEventHandler(Object::Ptr object, const QString &event,
+                                                const QString &handler)
 {
     QVariant target;
     if (!d->handleFor(object, QStringLiteral("an object event handler")) || !d->toWire(object, &target))
         return false;
-    return handlerSetting(d.get(), QStringLiteral("installObjectEventHandler"), {target, event, handler});
+    return handlerSetting(d.get(), QStringLiteral("installObjectEventHandler"), { target, event, handler });
 }
 
 bool RemoteInspector::uninstallObjectEventHandler(Object::Ptr object, const QString &event,
@@ -671,29 +680,30 @@ bool RemoteInspector::uninstallObjectEventHandler(Object::Ptr object, const QStr
     QVariant target;
     if (!d->handleFor(object, QStringLiteral("an object event handler")) || !d->toWire(object, &target))
         return false;
-    return handlerSetting(d.get(), QStringLiteral("uninstallObjectEventHandler"), {target, event, handler});
+    return handlerSetting(d.get(), QStringLiteral("uninstallObjectEventHandler"), { target, event, handler });
 }
 
 bool RemoteInspector::installClassEventHandler(const QString &className, const QString &event,
                                                const QString &handler)
 {
-    return handlerSetting(d.get(), QStringLiteral("installClassEventHandler"), {className, event, handler});
+    return handlerSetting(d.get(), QStringLiteral("installClassEventHandler"), { className, event, handler });
 }
 
 bool RemoteInspector::uninstallClassEventHandler(const QString &className, const QString &event,
                                                  const QString &handler)
 {
-    return handlerSetting(d.get(), QStringLiteral("uninstallClassEventHandler"), {className, event, handler});
+    return handlerSetting(d.get(), QStringLiteral("uninstallClassEventHandler"),
+                          { className, event, handler });
 }
 
 bool RemoteInspector::installGlobalEventHandler(const QString &event, const QString &handler)
 {
-    return handlerSetting(d.get(), QStringLiteral("installGlobalEventHandler"), {event, handler});
+    return handlerSetting(d.get(), QStringLiteral("installGlobalEventHandler"), { event, handler });
 }
 
 bool RemoteInspector::uninstallGlobalEventHandler(const QString &event, const QString &handler)
 {
-    return handlerSetting(d.get(), QStringLiteral("uninstallGlobalEventHandler"), {event, handler});
+    return handlerSetting(d.get(), QStringLiteral("uninstallGlobalEventHandler"), { event, handler });
 }
 
 QVariant RemoteInspector::call(const QString &name, const FList<QVariant> &args)
@@ -781,8 +791,9 @@ bool RemoteInspector::describe(const Object::Ptr &object, ObjectNames *names)
     if (!handle)
         return false;
     ObjectNames answer;
-    if (!d->exchange(Protocol::Describe, [&](QDataStream &out) { out << handle; },
-                     [&](QDataStream &in) { in >> answer.className >> answer.realName >> answer.symbolicName; }))
+    if (!d->exchange(
+            Protocol::Describe, [&](QDataStream &out) { out << handle; },
+            [&](QDataStream &in) { in >> answer.className >> answer.realName >> answer.symbolicName; }))
         return false;
     *names = answer;
     return true;
@@ -799,8 +810,9 @@ QString RemoteInspector::displayName(const Object::Ptr &object)
 bool RemoteInspector::setRecording(bool on, QVariantList *records)
 {
     QVariantList answer;
-    if (!d->exchange(Protocol::Record, [&](QDataStream &out) { out << on; },
-                     [&](QDataStream &in) { Protocol::readValueList(in, &answer); }))
+    if (!d->exchange(
+            Protocol::Record, [&](QDataStream &out) { out << on; },
+            [&](QDataStream &in) { Protocol::readValueList(in, &answer); }))
         return false;
     d->recording = on;
     if (records)
@@ -811,33 +823,33 @@ bool RemoteInspector::setRecording(bool on, QVariantList *records)
 bool RemoteInspector::loadObjectMap(const QString &file)
 {
     bool ok = false;
-    d->objectMap(QStringLiteral("load"), {file}, &ok);
+    d->objectMap(QStringLiteral("load"), { file }, &ok);
     return ok;
 }
 
 bool RemoteInspector::saveObjectMap(const QString &file)
 {
     bool ok = false;
-    d->objectMap(QStringLiteral("save"), {file}, &ok);
+    d->objectMap(QStringLiteral("save"), { file }, &ok);
     return ok;
 }
 
 QString RemoteInspector::realName(const QString &symbolicName)
 {
     bool ok = false;
-    return d->objectMap(QStringLiteral("realName"), {symbolicName}, &ok).value(0);
+    return d->objectMap(QStringLiteral("realName"), { symbolicName }, &ok).value(0);
 }
 
 QString RemoteInspector::symbolicName(const QString &realName)
 {
     bool ok = false;
-    return d->objectMap(QStringLiteral("symbolicName"), {realName}, &ok).value(0);
+    return d->objectMap(QStringLiteral("symbolicName"), { realName }, &ok).value(0);
 }
 
 bool RemoteInspector::addObjectMapEntry(const QString &symbolicName, const QString &realName)
 {
     bool ok = false;
-    d->objectMap(QStringLiteral("add"), {symbolicName, realName}, &ok);
+    d->objectMap(QStringLiteral("add"), { symbolicName, realName }, &ok);
     return ok;
 }
 

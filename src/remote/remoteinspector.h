@@ -35,11 +35,11 @@ struct VEXIL_REMOTE_EXPORT StepRequest
     enum Action { NoAction = 0, InvokeMethod, SetProperty, CallFunction };
 
     QString name;
-    Object::Ptr target;        // used instead of the name when set
-    int waitMs = -1;           // negative: do not wait for the object
+    Object::Ptr target; // used instead of the name when set
+    int waitMs = -1; // negative: do not wait for the object
     Action action = NoAction;
-    QString member;            // the method, property or global function
-    ObjectList arguments;      // CallFunction gets the object in front of these
+    QString member; // the method, property or global function
+    ObjectList arguments; // CallFunction gets the object in front of these
     QStringList properties;
 };
 
@@ -47,8 +47,8 @@ struct VEXIL_REMOTE_EXPORT StepAnswer
 {
     Object::Ptr object;
     Object::Ptr result;
-    ObjectList values;         // one per property asked for, in order
-    bool completed = true;     // false: the action opened a nested event loop (a modal dialog) and goes on
+    ObjectList values; // one per property asked for, in order
+    bool completed = true; // false: the action opened a nested event loop (a modal dialog) and goes on
 };
 
 /// Stands in for the Inspector of the program at the other end of \p connection. Install it with
@@ -108,7 +108,8 @@ public:
     /// The last error text; reading it clears it.
     QString lastError() const override;
     bool installObjectEventHandler(Object::Ptr object, const QString &event, const QString &handler) override;
-    bool uninstallObjectEventHandler(Object::Ptr object, const QString &event, const QString &handler) override;
+    bool uninstallObjectEventHandler(Object::Ptr object, const QString &event,
+                                     const QString &handler) override;
     bool installClassEventHandler(const QString &className, const QString &event,
                                   const QString &handler) override;
     bool uninstallClassEventHandler(const QString &className, const QString &event,

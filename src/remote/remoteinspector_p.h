@@ -51,8 +51,8 @@ struct ClassDescription
         QVector<QPair<QString, int>> items;
     };
 
-    QString name;        // fully qualified, as the program's wire values name it
-    QString superClass;  // empty for a root class
+    QString name; // fully qualified, as the program's wire values name it
+    QString superClass; // empty for a root class
     QVector<MethodInfo> methods;
     QVector<PropertyInfo> properties;
     QVector<EnumInfo> enums;
@@ -76,11 +76,13 @@ public:
     Enum *createEnum(int index) const override;
 
     using Class::invoke;
-    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const override;
+    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args,
+                       const Method *method) const override;
     using Class::getProperty;
     Object::Ptr getProperty(int index, Object::Ptr object, const Property *property) const override;
     using Class::setProperty;
-    bool setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const override;
+    bool setProperty(int index, Object::Ptr object, Object::Ptr value,
+                     const Property *property) const override;
     bool sameObjects(Object::Ptr a, Object::Ptr b) const override;
     int compare(Object::Ptr a, Object::Ptr b) const override;
 
@@ -163,16 +165,16 @@ public:
     int timeoutMs = 30000;
     QString error;
 
-    std::vector<const Class *> classes;              // local ones under their numbers, then the program's
+    std::vector<const Class *> classes; // local ones under their numbers, then the program's
     QHash<QString, const Class *> classByName;
     std::vector<RemoteClass *> ownedClasses;
     std::vector<Namespace *> namespaces;
     QHash<QString, Namespace *> namespaceByName;
-    std::unique_ptr<Namespace> remoteRoot;           // holds the program's classes, apart from the local tree
+    std::unique_ptr<Namespace> remoteRoot; // holds the program's classes, apart from the local tree
     Object::Ptr voidObject;
 
-    QHash<quint64, RemoteObject *> objects;          // live remote objects, not owned
-    QVector<quint64> releasable;                     // handles no object holds any more
+    QHash<quint64, RemoteObject *> objects; // live remote objects, not owned
+    QVector<quint64> releasable; // handles no object holds any more
 
     // Pushes are applied after the request they came with, never in the middle of building a class.
     std::vector<QPair<quint16, QByteArray>> pushes;

@@ -64,8 +64,9 @@ int runGroup(const Command &group, const QString &fullName, const QStringList &a
         if (sub == QLatin1String(c.name))
             return execute(c, fullName + QLatin1Char(' ') + sub, argv.mid(1));
     }
-    return usageError(fullName, QStringLiteral("unknown subcommand '%1' (expected %2)")
-                                    .arg(sub, alternatives(group.subcommands)));
+    return usageError(fullName,
+                      QStringLiteral("unknown subcommand '%1' (expected %2)")
+                          .arg(sub, alternatives(group.subcommands)));
 }
 
 } // namespace
@@ -87,9 +88,10 @@ int execute(const Command &command, const QString &fullName, const QStringList &
     if (count < command.minArgs)
         return call.usage(QString::fromUtf8(command.missingArgs));
     if (command.maxArgs >= 0 && count > command.maxArgs) {
-        return call.usage(command.extraArgs
-                              ? QString::fromUtf8(command.extraArgs)
-                              : QStringLiteral("unexpected argument '%1'").arg(call.positionals().at(command.maxArgs)));
+        return call.usage(
+            command.extraArgs
+                ? QString::fromUtf8(command.extraArgs)
+                : QStringLiteral("unexpected argument '%1'").arg(call.positionals().at(command.maxArgs)));
     }
     return command.run(call);
 }

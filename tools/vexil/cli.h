@@ -17,9 +17,9 @@ namespace VexilTool {
 
 /// Exit codes a CI system can rely on.
 enum ExitCode {
-    ExitOk = 0,         ///< everything worked, nothing failed
-    ExitFailures = 1,   ///< the command ran and found failures (failed steps, a bad map, a bad name or file)
-    ExitUsage = 2       ///< bad command line, or a file that cannot be read or written
+    ExitOk = 0, ///< everything worked, nothing failed
+    ExitFailures = 1, ///< the command ran and found failures (failed steps, a bad map, a bad name or file)
+    ExitUsage = 2 ///< bad command line, or a file that cannot be read or written
 };
 
 /// An option a subcommand accepts: its long name ("--depth"), an optional short alias ("-o"), whether it
@@ -28,7 +28,7 @@ struct OptionDecl
 {
     const char *name;
     const char *alias;
-    const char *valueName;  ///< null for a flag
+    const char *valueName; ///< null for a flag
 };
 
 /// A parsed command line: positionals in order, options in the order given (an option may repeat).
@@ -60,14 +60,14 @@ struct Invocation;
 struct Command
 {
     const char *name;
-    const char *synopsis;                  ///< the command line as "vexil --help" lists it
-    const char *summary;                   ///< what it does, in one line for "vexil --help"
-    const char *help;                      ///< all of "vexil COMMAND --help"
+    const char *synopsis; ///< the command line as "vexil --help" lists it
+    const char *summary; ///< what it does, in one line for "vexil --help"
+    const char *help; ///< all of "vexil COMMAND --help"
     std::vector<OptionDecl> options;
     int minArgs = 0;
-    int maxArgs = 0;                       ///< -1: any number of positional arguments
-    const char *missingArgs = nullptr;     ///< the usage error for fewer than minArgs
-    const char *extraArgs = nullptr;       ///< for more than maxArgs; null: "unexpected argument 'X'"
+    int maxArgs = 0; ///< -1: any number of positional arguments
+    const char *missingArgs = nullptr; ///< the usage error for fewer than minArgs
+    const char *extraArgs = nullptr; ///< for more than maxArgs; null: "unexpected argument 'X'"
     int (*run)(const Invocation &) = nullptr;
     std::vector<Command> subcommands;
 };
@@ -75,7 +75,7 @@ struct Command
 /// A command line that checked out against its Command: what the run function gets.
 struct Invocation
 {
-    QString command;    ///< "run", "objectmap check"
+    QString command; ///< "run", "objectmap check"
     Args args;
 
     const QStringList &positionals() const { return args.positionals(); }

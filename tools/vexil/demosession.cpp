@@ -87,9 +87,9 @@ std::unique_ptr<DemoSession> DemoSession::start(bool visible, QString *error)
     if (visible) {
         // Without a display Qt would abort the process with a message about plugins.
         if (!envSet("QT_QPA_PLATFORM") && !envSet("DISPLAY") && !envSet("WAYLAND_DISPLAY")) {
-            *error
-                = QStringLiteral("--visible needs a display, but neither DISPLAY nor WAYLAND_DISPLAY is set "
-                                 "(run without --visible to use the offscreen platform)");
+            *error = QStringLiteral(
+                "--visible needs a display, but neither DISPLAY nor WAYLAND_DISPLAY is set "
+                "(run without --visible to use the offscreen platform)");
             return nullptr;
         }
     } else {
@@ -134,7 +134,7 @@ QString DemoSession::realName(const Vexil::Object::Ptr &object)
 
 bool DemoSession::loadObjectMap(const QString &, QString *)
 {
-    return true;    // the local map is this program's
+    return true; // the local map is this program's
 }
 
 Vexil::Object::Ptr DemoSession::waitForObject(const QString &name, int ms)
@@ -149,7 +149,8 @@ Vexil::Object::Ptr DemoSession::waitForObject(const QString &name, int ms)
             return object;
         if (deadline.hasExpired()) {
             if (found)
-                insp->setError(QStringLiteral("Object '%1' was found but is not visible and enabled.").arg(name));
+                insp->setError(
+                    QStringLiteral("Object '%1' was found but is not visible and enabled.").arg(name));
             return Vexil::Object::Ptr();
         }
         settle();
@@ -157,8 +158,8 @@ Vexil::Object::Ptr DemoSession::waitForObject(const QString &name, int ms)
     }
 }
 
-bool DemoSession::waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
-                                  int ms, QString *error)
+bool DemoSession::waitForProperty(const Vexil::Object::Ptr &object, const QString &property,
+                                  const QString &text, int ms, QString *error)
 {
     // In this process the program only runs while we let it: read, let it run a little, read again.
     const Vexil::Property *p = object->objectClass()->property(property);
@@ -166,13 +167,14 @@ bool DemoSession::waitForProperty(const Vexil::Object::Ptr &object, const QStrin
     for (;;) {
         clearModelError();
         const Vexil::Object::Ptr value = p ? p->get(object) : Vexil::Object::Ptr();
-        const QString actual = value ? displayValue(value, [this](const Vexil::Object::Ptr &o) {
-            return displayName(o);
-        }) : QString();
+        const QString actual = value
+            ? displayValue(value, [this](const Vexil::Object::Ptr &o) { return displayName(o); })
+            : QString();
         if (value && actual == text)
             return true;
         if (deadline.hasExpired()) {
-            *error = QStringLiteral("%1 is %2, expected %3").arg(property, scriptQuoted(actual), scriptQuoted(text));
+            *error = QStringLiteral("%1 is %2, expected %3")
+                         .arg(property, scriptQuoted(actual), scriptQuoted(text));
             return false;
         }
         settle();

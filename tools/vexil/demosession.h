@@ -32,10 +32,10 @@ public:
     QString realName(const Vexil::Object::Ptr &object) override;
     bool loadObjectMap(const QString &path, QString *error) override;
     Vexil::Object::Ptr waitForObject(const QString &name, int ms) override;
-    bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text, int ms,
-                         QString *error) override;
-    Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args, const QStringList &words,
-                                    QString *error) override;
+    bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
+                         int ms, QString *error) override;
+    Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args,
+                                    const QStringList &words, QString *error) override;
     bool setRecording(bool, QString *) override { return true; }
     bool recordsCalls() const override { return false; }
 

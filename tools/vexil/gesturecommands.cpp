@@ -42,7 +42,8 @@ Errors in the file are reported as "FILE:LINE:COLUMN: cause".
 
 Exit codes: 0 success, 1 the file is not valid gesture XML, 2 usage error or unreadable FILE.)HELP";
 
-const char kConvertHelp[] = R"HELP(Usage: vexil gesture convert FILE --unit px|mm|pt --dpi X[,Y] [--device-scale F] [-o OUT]
+const char kConvertHelp[] =
+    R"HELP(Usage: vexil gesture convert FILE --unit px|mm|pt --dpi X[,Y] [--device-scale F] [-o OUT]
 
 Converts the area and every point of every gesture to the unit: px (pixels), mm (millimetres) or pt
 (logical points). --dpi gives the screen's dots per inch, horizontally and vertically (one number for
@@ -108,8 +109,9 @@ int loadGestures(const Invocation &call, const QString &path, Vexil::TouchBuilde
 // Writes to -o OUT, or to standard output.
 int writeGestures(const Invocation &call, const Vexil::TouchBuilder &builder)
 {
-    const QString target = call.args.has(QStringLiteral("--output")) ? call.args.value(QStringLiteral("--output"))
-                                                                      : QStringLiteral("-");
+    const QString target = call.args.has(QStringLiteral("--output"))
+        ? call.args.value(QStringLiteral("--output"))
+        : QStringLiteral("-");
     QString error;
     if (!writeFileAtomically(target, QByteArray::fromStdString(builder.toXml()), &error))
         return call.fail(error);
@@ -124,9 +126,10 @@ int info(const Invocation &call)
         return rc;
 
     const auto &gestures = builder.gestures();
-    out(path + QStringLiteral(": %1 %2").arg(QString::number(gestures.size()),
-                                             gestures.size() == 1 ? QStringLiteral("gesture")
-                                                                  : QStringLiteral("gestures")));
+    out(path
+        + QStringLiteral(": %1 %2").arg(QString::number(gestures.size()),
+                                        gestures.size() == 1 ? QStringLiteral("gesture")
+                                                             : QStringLiteral("gestures")));
     for (size_t g = 0; g < gestures.size(); ++g) {
         const Vexil::MultiTouchInfo &gesture = gestures[g];
         const QString unit = unitName(gesture.unit);
@@ -180,8 +183,7 @@ int convert(const Invocation &call)
         return call.usage(QStringLiteral("unknown unit '%1' (expected px, mm or pt)").arg(unit));
     double dpiX = 0, dpiY = 0;
     if (!parseNumberPair(parsed.value(QStringLiteral("--dpi")), &dpiX, &dpiY, true) || dpiX <= 0 || dpiY <= 0)
-        return call.usage(
-            QStringLiteral("--dpi needs one or two numbers above 0, as in 96 or 96,120"));
+        return call.usage(QStringLiteral("--dpi needs one or two numbers above 0, as in 96 or 96,120"));
     double deviceScale = 1;
     if (parsed.has(QStringLiteral("--device-scale"))
         && (!parseNumber(parsed.value(QStringLiteral("--device-scale")), &deviceScale) || deviceScale <= 0))
@@ -228,20 +230,17 @@ int transform(const Invocation &call)
                     QStringLiteral("--scale needs S or SX,SY, numbers other than 0; got '%1'").arg(value));
         } else if (name == QLatin1String("--rotate")) {
             if (!parseNumber(value, &a))
-                return call.usage(
-                    QStringLiteral("--rotate needs an angle in degrees; got '%1'").arg(value));
+                return call.usage(QStringLiteral("--rotate needs an angle in degrees; got '%1'").arg(value));
         } else if (name == QLatin1String("--accelerate")) {
             if (!parseNumber(value, &a) || a <= 0)
-                return call.usage(
-                    QStringLiteral("--accelerate needs a factor above 0; got '%1'").arg(value));
+                return call.usage(QStringLiteral("--accelerate needs a factor above 0; got '%1'").arg(value));
         } else {
             continue;
         }
         operations.push_back({ name, a, b });
     }
     if (operations.empty())
-        return call.usage(
-            QStringLiteral("no operation (--translate, --scale, --rotate or --accelerate)"));
+        return call.usage(QStringLiteral("no operation (--translate, --scale, --rotate or --accelerate)"));
 
     Vexil::TouchBuilder builder;
     if (const int rc = loadGestures(call, parsed.positionals().at(0), &builder))
@@ -264,21 +263,58 @@ int transform(const Invocation &call)
 Command gestureCommand()
 {
     const OptionDecl output = { "--output", "-o", "OUT" };
-    return { "gesture", "gesture", "read, convert and transform gesture files", kGestureHelp, {}, 0, 0, nullptr,
-             nullptr, nullptr,
-             { { "info", "gesture info FILE", "summarise a gesture XML file", kInfoHelp, {}, 1, 1, "missing FILE",
-                 "expected one FILE", info, {} },
-               { "convert", "gesture convert FILE --unit px|mm|pt --dpi X[,Y] [-o OUT]",
-                 "convert gestures to another unit", kConvertHelp,
-                 { { "--unit", nullptr, "UNIT" }, { "--dpi", nullptr, "X[,Y]" }, { "--device-scale", nullptr, "F" },
-                   output },
-                 1, 1, "missing FILE", "expected one FILE", convert, {} },
-               { "transform",
-                 "gesture transform FILE [--translate DX,DY] [--scale S] [--rotate A] [--accelerate F] [-o OUT]",
-                 "move, scale, rotate or speed up gestures", kTransformHelp,
-                 { { "--translate", nullptr, "DX,DY" }, { "--scale", nullptr, "S[,SY]" }, { "--rotate", nullptr, "A" },
-                   { "--accelerate", nullptr, "F" }, output },
-                 1, 1, "missing FILE", "expected one FILE", transform, {} } } };
+    return {
+        "gesture",
+        "gesture",
+        "read, convert and transform gesture files",
+        kGestureHelp,
+        {},
+        0,
+        0,
+        nullptr,
+        nullptr,
+        nullptr,
+        { { "info",
+            "gesture info FILE",
+            "summarise a gesture XML file",
+            kInfoHelp,
+            {},
+            1,
+            1,
+            "missing FILE",
+            "expected one FILE",
+            info,
+            {} },
+          { "convert",
+            "gesture convert FILE --unit px|mm|pt --dpi X[,Y] [-o OUT]",
+            "convert gestures to another unit",
+            kConvertHelp,
+            { { "--unit", nullptr, "UNIT" },
+              { "--dpi", nullptr, "X[,Y]" },
+              { "--device-scale", nullptr, "F" },
+              output },
+            1,
+            1,
+            "missing FILE",
+            "expected one FILE",
+            convert,
+            {} },
+          { "transform",
+            "gesture transform FILE [--translate DX,DY] [--scale S] [--rotate A] [--accelerate F] [-o OUT]",
+            "move, scale, rotate or speed up gestures",
+            kTransformHelp,
+            { { "--translate", nullptr, "DX,DY" },
+              { "--scale", nullptr, "S[,SY]" },
+              { "--rotate", nullptr, "A" },
+              { "--accelerate", nullptr, "F" },
+              output },
+            1,
+            1,
+            "missing FILE",
+            "expected one FILE",
+            transform,
+            {} } }
+    };
 }
 
 } // namespace VexilTool

@@ -13,7 +13,8 @@ namespace VexilTool {
 
 namespace {
 
-const char kHelp[] = R"HELP(Usage: vexil launch [--listen tcp:HOST:PORT] [--visible] [--timeout SECONDS] -- PROGRAM [ARGS...]
+const char kHelp[] =
+    R"HELP(Usage: vexil launch [--listen tcp:HOST:PORT] [--visible] [--timeout SECONDS] -- PROGRAM [ARGS...]
 
 Starts PROGRAM with the Vexil agent and prints how to reach it:
   address: local:/run/user/1000/vexil-Ab12Cd/agent.sock   (or the tcp: address with --listen)
@@ -53,15 +54,15 @@ int launch(const Invocation &call)
 
     int argc = 1;
     char name[] = "vexil";
-    char *fake[] = {name, nullptr};
+    char *fake[] = { name, nullptr };
     QCoreApplication app(argc, fake);
     auto program = Vexil::Remote::Application::launch(args.positionals(), options, &error);
     if (!program) {
         err(QStringLiteral("vexil launch: %1").arg(error));
         return ExitFailures;
     }
-    out(QStringLiteral("address: %1").arg(program->tcpAddress().isEmpty() ? program->address()
-                                                                          : program->tcpAddress()));
+    out(QStringLiteral("address: %1")
+            .arg(program->tcpAddress().isEmpty() ? program->address() : program->tcpAddress()));
     out(QStringLiteral("token: %1").arg(program->token()));
     out(QStringLiteral("pid: %1").arg(program->pid()));
     // The launcher keeps its own connection closed so it does not hold the agent's attention.
@@ -87,10 +88,19 @@ int launch(const Invocation &call)
 
 Command launchCommand()
 {
-    return { "launch", "launch [--listen tcp:HOST:PORT] -- PROGRAM [ARGS...]",
-             "start a Qt program with the agent and print how to reach it", kHelp,
-             { { "--listen", nullptr, "ADDRESS" }, { "--visible", nullptr, nullptr }, { "--timeout", nullptr, "SECONDS" } },
-             1, -1, "no program given", nullptr, launch, {} };
+    return { "launch",
+             "launch [--listen tcp:HOST:PORT] -- PROGRAM [ARGS...]",
+             "start a Qt program with the agent and print how to reach it",
+             kHelp,
+             { { "--listen", nullptr, "ADDRESS" },
+               { "--visible", nullptr, nullptr },
+               { "--timeout", nullptr, "SECONDS" } },
+             1,
+             -1,
+             "no program given",
+             nullptr,
+             launch,
+             {} };
 }
 
 } // namespace VexilTool

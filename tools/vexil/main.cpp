@@ -13,8 +13,8 @@ using namespace VexilTool;
 
 const std::vector<Command> &commandTable()
 {
-    static const std::vector<Command> table = { launchCommand(),    runCommand(),  treeCommand(),
-                                                recordCommand(),    nameCommand(), objectMapCommand(),
+    static const std::vector<Command> table = { launchCommand(), runCommand(),  treeCommand(),
+                                                recordCommand(), nameCommand(), objectMapCommand(),
                                                 gestureCommand() };
     return table;
 }

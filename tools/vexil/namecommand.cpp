@@ -81,8 +81,17 @@ int describeName(const Invocation &call)
 
 Command nameCommand()
 {
-    return { "name", "name NAME", "parse a multi-property name and print its canonical form and properties",
-             kNameHelp, {}, 1, 1, "missing NAME", "expected one NAME (quote names with blanks)", describeName, {} };
+    return { "name",
+             "name NAME",
+             "parse a multi-property name and print its canonical form and properties",
+             kNameHelp,
+             {},
+             1,
+             1,
+             "missing NAME",
+             "expected one NAME (quote names with blanks)",
+             describeName,
+             {} };
 }
 
 } // namespace VexilTool

@@ -103,7 +103,7 @@ int escapedIndex(const QString &raw, int index)
             return i;
         if (raw.at(i) == QLatin1Char('\\')) {
             if (i + 1 >= raw.size())
-                return i;                   // a trailing backslash is dropped
+                return i; // a trailing backslash is dropped
             const QChar next = raw.at(i + 1);
             if (next == QLatin1Char('n') || next == QLatin1Char('r') || next == QLatin1Char('t')
                 || next == QLatin1Char('\\')) {
@@ -173,7 +173,7 @@ int check(const Invocation &call)
     };
     for (int line : map.linesWithoutTab)
         report(line, QStringLiteral(": warning: no tab between symbolic and real name; the line is ignored"),
-            false);
+               false);
 
     QHash<QString, const Entry *> firstBySymbolic;
     QHash<QString, const Entry *> firstByReal;
@@ -186,29 +186,29 @@ int check(const Invocation &call)
             // Without a place in the name, the column is where the real name starts.
             const int column = e.tab + 1 + (index >= 0 ? escapedIndex(rawReal, index) : 0) + 1;
             report(e.line,
-                QLatin1Char(':') + QString::number(column)
-                    + QStringLiteral(": real name of '%1' does not parse: %2")
-                          .arg(symbolic, cleanMessage(message)),
-                true);
+                   QLatin1Char(':') + QString::number(column)
+                       + QStringLiteral(": real name of '%1' does not parse: %2")
+                             .arg(symbolic, cleanMessage(message)),
+                   true);
             if (index >= 0)
                 reports.back().second << QStringLiteral("  ") + e.text
                                       << QStringLiteral("  ") + caretLine(e.text, column - 1);
         }
         if (!e.symbolic.startsWith(QLatin1Char(':'))) {
             report(e.line,
-                QStringLiteral(
-                    ": warning: symbolic name '%1' does not begin with ':'; lookups never reach it")
-                    .arg(symbolic),
-                false);
+                   QStringLiteral(
+                       ": warning: symbolic name '%1' does not begin with ':'; lookups never reach it")
+                       .arg(symbolic),
+                   false);
         }
 
         const Entry *sameSymbolic = firstBySymbolic.value(e.symbolic);
         if (sameSymbolic) {
             report(e.line,
-                QStringLiteral(
-                    ": duplicate symbolic name '%1' (first defined on line %2); the last definition wins")
-                    .arg(symbolic, QString::number(sameSymbolic->line)),
-                true);
+                   QStringLiteral(
+                       ": duplicate symbolic name '%1' (first defined on line %2); the last definition wins")
+                       .arg(symbolic, QString::number(sameSymbolic->line)),
+                   true);
         } else {
             firstBySymbolic.insert(e.symbolic, &e);
         }
@@ -242,8 +242,9 @@ int check(const Invocation &call)
 int normalize(const Invocation &call)
 {
     const QString path = call.positionals().at(0);
-    const QString target
-        = call.args.has(QStringLiteral("--output")) ? call.args.value(QStringLiteral("--output")) : path;
+    const QString target = call.args.has(QStringLiteral("--output"))
+        ? call.args.value(QStringLiteral("--output"))
+        : path;
     if (target.isEmpty())
         return call.usage(QStringLiteral("empty output file name"));
     Vexil::ObjectMapText file;
@@ -335,17 +336,48 @@ int lookup(const Invocation &call)
 
 Command objectMapCommand()
 {
-    return { "objectmap", "objectmap", "check, rewrite and query object maps", kObjectMapHelp, {}, 0, 0,
-             nullptr, nullptr, nullptr,
-             { { "check", "objectmap check FILE",
-                 "report real names that do not parse and duplicate names in an object map", kCheckHelp, {}, 1, 1,
-                 "missing FILE", "expected one FILE", check, {} },
-               { "normalize", "objectmap normalize FILE [-o OUT]", "rewrite an object map in canonical order and form",
-                 kNormalizeHelp, { { "--output", "-o", "OUT" } }, 1, 1, "missing FILE", "expected one FILE",
-                 normalize, {} },
-               { "lookup", "objectmap lookup FILE NAME",
-                 "resolve a symbolic name to its real name, or a real name to its symbolic name", kLookupHelp, {}, 2,
-                 2, "expected FILE and NAME", "expected FILE and one NAME (quote names with blanks)", lookup,
+    return { "objectmap",
+             "objectmap",
+             "check, rewrite and query object maps",
+             kObjectMapHelp,
+             {},
+             0,
+             0,
+             nullptr,
+             nullptr,
+             nullptr,
+             { { "check",
+                 "objectmap check FILE",
+                 "report real names that do not parse and duplicate names in an object map",
+                 kCheckHelp,
+                 {},
+                 1,
+                 1,
+                 "missing FILE",
+                 "expected one FILE",
+                 check,
+                 {} },
+               { "normalize",
+                 "objectmap normalize FILE [-o OUT]",
+                 "rewrite an object map in canonical order and form",
+                 kNormalizeHelp,
+                 { { "--output", "-o", "OUT" } },
+                 1,
+                 1,
+                 "missing FILE",
+                 "expected one FILE",
+                 normalize,
+                 {} },
+               { "lookup",
+                 "objectmap lookup FILE NAME",
+                 "resolve a symbolic name to its real name, or a real name to its symbolic name",
+                 kLookupHelp,
+                 {},
+                 2,
+                 2,
+                 "expected FILE and NAME",
+                 "expected FILE and one NAME (quote names with blanks)",
+                 lookup,
                  {} } } };
 }
 

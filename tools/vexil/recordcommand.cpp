@@ -50,8 +50,9 @@ int record(const Invocation &call)
     if (app.trimmed().isEmpty())
         return call.usage(QStringLiteral("missing --app \"PROGRAM ARGS\""));
     if (!QFileInfo(QString::fromLatin1(kPython)).isExecutable())
-        return call.fail(QStringLiteral("%1 not found: recording needs Debian's python3 (apt-get install python3)")
-                             .arg(QString::fromLatin1(kPython)));
+        return call.fail(
+            QStringLiteral("%1 not found: recording needs Debian's python3 (apt-get install python3)")
+                .arg(QString::fromLatin1(kPython)));
 
     int argc = 1;
     char name[] = "vexil";
@@ -64,14 +65,14 @@ int record(const Invocation &call)
     if (!agent.isEmpty())
         qputenv("VEXIL_AGENT_LIBRARY", QFile::encodeName(agent));
 
-    QStringList args{ QStringLiteral("-m"), QStringLiteral("vexil"), QStringLiteral("record"), QStringLiteral("--app"),
-                      app };
+    QStringList args { QStringLiteral("-m"), QStringLiteral("vexil"), QStringLiteral("record"),
+                       QStringLiteral("--app"), app };
     if (call.args.has(QStringLiteral("--output")))
         args << QStringLiteral("--output") << call.args.value(QStringLiteral("--output"));
     if (call.args.has(QStringLiteral("--objectmap")))
         args << QStringLiteral("--objectmap") << call.args.value(QStringLiteral("--objectmap"));
 
-    std::vector<QByteArray> bytes{ QByteArray(kPython) };
+    std::vector<QByteArray> bytes { QByteArray(kPython) };
     for (const QString &a : args)
         bytes.push_back(a.toLocal8Bit());
     std::vector<char *> argv;
@@ -81,18 +82,27 @@ int record(const Invocation &call)
     std::fflush(stdout);
     std::fflush(stderr);
     execv(kPython, argv.data());
-    return call.fail(QStringLiteral("cannot run %1: %2").arg(QString::fromLatin1(kPython),
-                                                            QString::fromLocal8Bit(std::strerror(errno))));
+    return call.fail(QStringLiteral("cannot run %1: %2")
+                         .arg(QString::fromLatin1(kPython), QString::fromLocal8Bit(std::strerror(errno))));
 }
 
 } // namespace
 
 Command recordCommand()
 {
-    return { "record", "record --app \"PROGRAM ARGS\" [-o FILE] [--objectmap MAP]",
-             "record what you do in a program into a pytest test", kRecordHelp,
-             { { "--app", nullptr, "\"PROGRAM ARGS\"" }, { "--output", "-o", "FILE" }, { "--objectmap", nullptr, "MAP" } },
-             0, 0, nullptr, nullptr, record, {} };
+    return { "record",
+             "record --app \"PROGRAM ARGS\" [-o FILE] [--objectmap MAP]",
+             "record what you do in a program into a pytest test",
+             kRecordHelp,
+             { { "--app", nullptr, "\"PROGRAM ARGS\"" },
+               { "--output", "-o", "FILE" },
+               { "--objectmap", nullptr, "MAP" } },
+             0,
+             0,
+             nullptr,
+             nullptr,
+             record,
+             {} };
 }
 
 } // namespace VexilTool

@@ -30,8 +30,8 @@ QVariant wireValue(const Vexil::Object::Ptr &value)
     const Vexil::Class *cls = value->objectClass();
     if (cls == insp->type(Inspector::Bool))
         return value->toBoolean();
-    if (cls == insp->type(Inspector::Int) || cls == insp->type(Inspector::Short) || cls == insp->type(Inspector::Long)
-        || cls == insp->type(Inspector::Int64))
+    if (cls == insp->type(Inspector::Int) || cls == insp->type(Inspector::Short)
+        || cls == insp->type(Inspector::Long) || cls == insp->type(Inspector::Int64))
         return value->toString().toLongLong();
     if (cls == insp->type(Inspector::Double))
         return value->toDouble();
@@ -115,7 +115,8 @@ std::unique_ptr<RemoteSession> RemoteSession::launch(const QString &commandLine,
     return session;
 }
 
-std::unique_ptr<RemoteSession> RemoteSession::attach(const QString &address, const QString &token, QString *error)
+std::unique_ptr<RemoteSession> RemoteSession::attach(const QString &address, const QString &token,
+                                                     QString *error)
 {
     std::unique_ptr<RemoteSession> session(new RemoteSession);
     session->m_app = Vexil::Remote::Application::attach(address, token, 10000, error);
@@ -160,8 +161,8 @@ Vexil::Object::Ptr RemoteSession::waitForObject(const QString &name, int ms)
     return m_remote->waitForObject(name, ms);
 }
 
-bool RemoteSession::waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
-                                    int ms, QString *error)
+bool RemoteSession::waitForProperty(const Vexil::Object::Ptr &object, const QString &property,
+                                    const QString &text, int ms, QString *error)
 {
     // The agent waits, looking again whenever the program has handled events.
     if (m_remote->waitForProperty(object, property, text, ms))
@@ -202,7 +203,8 @@ Vexil::Object::Ptr RemoteSession::callFunction(const QString &name, const Vexil:
     }
     const QString modelError = Vexil::Inspector::self()->lastError();
     if (!result || !modelError.isEmpty()) {
-        *error = modelError.isEmpty() ? QStringLiteral("%1 failed without an error text").arg(name) : modelError;
+        *error = modelError.isEmpty() ? QStringLiteral("%1 failed without an error text").arg(name)
+                                      : modelError;
         return Vexil::Object::Ptr();
     }
     return result;

@@ -28,16 +28,17 @@ public:
     /// Starts \p commandLine (split like a shell would) under the agent; null with \p error naming the cause.
     static std::unique_ptr<RemoteSession> launch(const QString &commandLine, bool visible, QString *error);
     /// Connects to a program started with "vexil launch".
-    static std::unique_ptr<RemoteSession> attach(const QString &address, const QString &token, QString *error);
+    static std::unique_ptr<RemoteSession> attach(const QString &address, const QString &token,
+                                                 QString *error);
 
     QString displayName(const Vexil::Object::Ptr &object) override;
     QString realName(const Vexil::Object::Ptr &object) override;
     bool loadObjectMap(const QString &path, QString *error) override;
     Vexil::Object::Ptr waitForObject(const QString &name, int ms) override;
-    bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text, int ms,
-                         QString *error) override;
-    Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args, const QStringList &words,
-                                    QString *error) override;
+    bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
+                         int ms, QString *error) override;
+    Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args,
+                                    const QStringList &words, QString *error) override;
     bool setRecording(bool on, QString *error) override;
     bool recordsCalls() const override { return true; }
     QString endedText() override;

@@ -8,7 +8,8 @@ namespace VexilTool {
 
 namespace {
 
-const char kRunHelp[] = R"HELP(Usage: vexil run SCRIPT [--app "PROGRAM ARGS" | --attach ADDRESS [--token TOKEN]]
+const char kRunHelp[] =
+    R"HELP(Usage: vexil run SCRIPT [--app "PROGRAM ARGS" | --attach ADDRESS [--token TOKEN]]
                  [--objectmap FILE] [--visible] [--verbose]
 
 Starts PROGRAM under the agent (--app, split like a shell would) or connects to a program started with
@@ -90,7 +91,7 @@ int run(const Invocation &call)
         return call.fail(error);
     ScriptRunner runner(path, session.get(), call.args.has(QStringLiteral("--verbose")));
     QString text = QString::fromUtf8(script);
-    if (text.startsWith(QChar(0xFEFF)))     // a byte order mark some editors write
+    if (text.startsWith(QChar(0xFEFF))) // a byte order mark some editors write
         text.remove(0, 1);
     return runner.run(text);
 }
@@ -102,10 +103,18 @@ Command runCommand()
     std::vector<OptionDecl> options = sessionOptionDecls();
     options.push_back({ "--verbose", "-v", nullptr });
     return { "run",
-             "run SCRIPT [--app \"PROGRAM ARGS\" | --attach ADDRESS [--token TOKEN]] [--objectmap FILE] [--visible] "
+             "run SCRIPT [--app \"PROGRAM ARGS\" | --attach ADDRESS [--token TOKEN]] [--objectmap FILE] "
+             "[--visible] "
              "[--verbose]",
-             "run a test script against a Qt program", kRunHelp, options, 1, 1, "missing SCRIPT", "expected one SCRIPT",
-             run, {} };
+             "run a test script against a Qt program",
+             kRunHelp,
+             options,
+             1,
+             1,
+             "missing SCRIPT",
+             "expected one SCRIPT",
+             run,
+             {} };
 }
 
 } // namespace VexilTool

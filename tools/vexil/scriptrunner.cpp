@@ -65,11 +65,12 @@ int ScriptRunner::run(const QString &text)
 {
     // Some failures (a refused property write, a value that does not convert) reach the library's
     // diagnostics rather than its error text; the step that caused them reports them.
-    const Vexil::DiagnosticHandler previous = Vexil::setDiagnosticHandler([this](const QString &t, bool endsLine) {
-        m_diagnostics += t;
-        if (endsLine)
-            m_diagnostics += QLatin1Char('\n');
-    });
+    const Vexil::DiagnosticHandler previous = Vexil::setDiagnosticHandler(
+        [this](const QString &t, bool endsLine) {
+            m_diagnostics += t;
+            if (endsLine)
+                m_diagnostics += QLatin1Char('\n');
+        });
     int passed = 0;
     int failed = 0;
     const QStringList lines = text.split(QLatin1Char('\n'));
@@ -162,13 +163,13 @@ bool ScriptRunner::step(const QStringList &words)
         const char *name;
         Handler handler;
     } kCommands[] = {
-        { "get", &ScriptRunner::get },           { "set", &ScriptRunner::set },
-        { "call", &ScriptRunner::call },         { "expect", &ScriptRunner::expect },
-        { "window", &ScriptRunner::window },     { "record", &ScriptRunner::record },
-        { "click", &ScriptRunner::click },       { "doubleclick", &ScriptRunner::click },
-        { "type", &ScriptRunner::typeText },     { "key", &ScriptRunner::key },
-        { "menu", &ScriptRunner::menu },         { "wait", &ScriptRunner::wait },
-        { "waitfor", &ScriptRunner::waitFor },   { "screenshot", &ScriptRunner::screenshot },
+        { "get", &ScriptRunner::get },         { "set", &ScriptRunner::set },
+        { "call", &ScriptRunner::call },       { "expect", &ScriptRunner::expect },
+        { "window", &ScriptRunner::window },   { "record", &ScriptRunner::record },
+        { "click", &ScriptRunner::click },     { "doubleclick", &ScriptRunner::click },
+        { "type", &ScriptRunner::typeText },   { "key", &ScriptRunner::key },
+        { "menu", &ScriptRunner::menu },       { "wait", &ScriptRunner::wait },
+        { "waitfor", &ScriptRunner::waitFor }, { "screenshot", &ScriptRunner::screenshot },
     };
     const QString &command = words.at(0);
     if (command == QLatin1String("find")) {
@@ -181,8 +182,9 @@ bool ScriptRunner::step(const QStringList &words)
         if (command == QLatin1String(c.name))
             return (this->*c.handler)(words);
     }
-    m_error = QStringLiteral("unknown command '%1' (expected find, get, set, call, expect, window, record, click, "
-                             "doubleclick, type, key, menu, wait, waitfor or screenshot)")
+    m_error = QStringLiteral(
+                  "unknown command '%1' (expected find, get, set, call, expect, window, record, click, "
+                  "doubleclick, type, key, menu, wait, waitfor or screenshot)")
                   .arg(command);
     return false;
 }
@@ -214,7 +216,8 @@ bool ScriptRunner::readProperty(const QStringList &words, Vexil::Object::Ptr *va
     if (!p)
         return false;
     if (!p->isReadable()) {
-        m_error = QStringLiteral("property '%1' of class %2 is not readable").arg(words.at(2), object->className());
+        m_error =
+            QStringLiteral("property '%1' of class %2 is not readable").arg(words.at(2), object->className());
         return false;
     }
     *value = p->get(object);
@@ -258,7 +261,8 @@ bool ScriptRunner::set(const QStringList &words)
     if (!ok) {
         m_error = modelError(QString());
         if (m_error.isEmpty() && m_diagnostics.trimmed().isEmpty())
-            m_error = QStringLiteral("cannot set property '%1' to %2").arg(words.at(2), scriptQuoted(words.at(3)));
+            m_error =
+                QStringLiteral("cannot set property '%1' to %2").arg(words.at(2), scriptQuoted(words.at(3)));
         return false;
     }
     return true;
@@ -308,8 +312,8 @@ bool ScriptRunner::expect(const QStringList &words)
     return true;
 }
 
-bool ScriptRunner::callFunction(const QString &function, const Vexil::ObjectList &args, const QStringList &words,
-                                Vexil::Object::Ptr *result)
+bool ScriptRunner::callFunction(const QString &function, const Vexil::ObjectList &args,
+                                const QStringList &words, Vexil::Object::Ptr *result)
 {
     const Vexil::Object::Ptr value = m_session->callFunction(function, args, words, &m_error);
     if (result)
@@ -343,7 +347,8 @@ bool ScriptRunner::window(const QStringList &words)
 bool ScriptRunner::click(const QStringList &words)
 {
     const bool twice = words.at(0) == QLatin1String("doubleclick");
-    const char *form = twice ? "doubleclick NAME [X Y] [BUTTON] [MODIFIERS]" : "click NAME [X Y] [BUTTON] [MODIFIERS]";
+    const char *form = twice ? "doubleclick NAME [X Y] [BUTTON] [MODIFIERS]"
+                             : "click NAME [X Y] [BUTTON] [MODIFIERS]";
     if (words.size() < 2)
         return usage(form);
     QStringList rest = words.mid(2);
@@ -361,7 +366,8 @@ bool ScriptRunner::click(const QStringList &words)
             rest = rest.mid(2);
         }
     }
-    const QString button = !rest.isEmpty() && isButton(rest.at(0)) ? rest.takeFirst() : QStringLiteral("left");
+    const QString button = !rest.isEmpty() && isButton(rest.at(0)) ? rest.takeFirst()
+                                                                   : QStringLiteral("left");
     const QString modifiers = rest.isEmpty() ? QString() : rest.takeFirst();
     if (!rest.isEmpty())
         return usage(form);
@@ -372,8 +378,9 @@ bool ScriptRunner::click(const QStringList &words)
     if (m_recording && !m_session->recordsCalls())
         Vexil::Inspector::self()->recordEvent(Vexil::EventData(function, words.mid(1), QString()));
     Vexil::Inspector *insp = Vexil::Inspector::self();
-    return callFunction(function, { object, insp->createPrimitive(x), insp->createPrimitive(y), textWord(button),
-                                    textWord(modifiers) },
+    return callFunction(function,
+                        { object, insp->createPrimitive(x), insp->createPrimitive(y), textWord(button),
+                          textWord(modifiers) },
                         {});
 }
 
@@ -385,7 +392,8 @@ bool ScriptRunner::typeText(const QStringList &words)
     if (!find(words.at(1), &object))
         return false;
     if (m_recording && !m_session->recordsCalls())
-        Vexil::Inspector::self()->recordEvent(Vexil::EventData(QStringLiteral("type"), words.mid(1), QString()));
+        Vexil::Inspector::self()->recordEvent(
+            Vexil::EventData(QStringLiteral("type"), words.mid(1), QString()));
     return callFunction(QStringLiteral("type"), { object, textWord(words.at(2)) }, {});
 }
 
@@ -400,7 +408,7 @@ bool ScriptRunner::key(const QStringList &words)
     const QString keys = QLatin1Char('<') + words.at(2) + QLatin1Char('>');
     if (m_recording && !m_session->recordsCalls())
         Vexil::Inspector::self()->recordEvent(
-            Vexil::EventData(QStringLiteral("type"), QStringList{ words.at(1), keys }, QString()));
+            Vexil::EventData(QStringLiteral("type"), QStringList { words.at(1), keys }, QString()));
     return callFunction(QStringLiteral("type"), { object, textWord(keys) }, {});
 }
 
@@ -521,9 +529,10 @@ void ScriptRunner::printRecording(const QString &where)
     m_session->setRecording(false, &error);
     const std::vector<Vexil::EventData> events = m_recording->events();
     m_recording.reset();
-    out(where + QStringLiteral(": recorded %1 %2").arg(QString::number(events.size()),
-                                                       events.size() == 1 ? QStringLiteral("event")
-                                                                          : QStringLiteral("events")));
+    out(where
+        + QStringLiteral(": recorded %1 %2")
+              .arg(QString::number(events.size()),
+                   events.size() == 1 ? QStringLiteral("event") : QStringLiteral("events")));
     for (const Vexil::EventData &e : events)
         out(QStringLiteral("  ") + QString::fromLocal8Bit(e.toDebugString().c_str()));
 }

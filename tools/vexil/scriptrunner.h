@@ -56,7 +56,7 @@ private:
     bool m_verbose;
     int m_line = 0;
     QString m_error;
-    QString m_diagnostics;    // what the library reported during the step
+    QString m_diagnostics; // what the library reported during the step
     std::unique_ptr<Recording> m_recording;
 };
 

@@ -24,7 +24,7 @@ public:
     virtual ~Session() = default;
 
     /// Lets the program handle what the last step set in motion: posted events, deferred deletes.
-    virtual void settle() {}
+    virtual void settle() { }
     /// The symbolic name of an application object when the program's object map has one, else its real
     /// name; empty for anything that is not an application object.
     virtual QString displayName(const Vexil::Object::Ptr &object) = 0;
@@ -36,14 +36,12 @@ public:
     virtual Vexil::Object::Ptr waitForObject(const QString &name, int ms) = 0;
     /// Waits up to \p ms until \p property of \p object reads as \p text; false with \p error (what it
     /// read instead) otherwise. The program's side waits, where there is one.
-    virtual bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property, const QString &text,
-                                 int ms, QString *error)
-        = 0;
+    virtual bool waitForProperty(const Vexil::Object::Ptr &object, const QString &property,
+                                 const QString &text, int ms, QString *error) = 0;
     /// Calls the program's global function \p name with \p args followed by \p words (texts, or numbers and
     /// truth values where the function takes no texts). Null with \p error set when it fails.
     virtual Vexil::Object::Ptr callFunction(const QString &name, const Vexil::ObjectList &args,
-                                            const QStringList &words, QString *error)
-        = 0;
+                                            const QStringList &words, QString *error) = 0;
     /// Starts or stops recording; records reach the Inspector's event-notify delegates.
     virtual bool setRecording(bool on, QString *error) = 0;
     /// True when the program records the script's calls itself; otherwise the runner records them.
@@ -65,7 +63,7 @@ struct SessionOptions
     QString app;
     QString attach;
     QString token;
-    QString objectMap;    ///< loaded into the program's model when set
+    QString objectMap; ///< loaded into the program's model when set
     bool visible = false;
 };
 

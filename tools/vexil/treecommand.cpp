@@ -11,7 +11,8 @@ namespace VexilTool {
 
 namespace {
 
-const char kTreeHelp[] = R"HELP(Usage: vexil tree [--app "PROGRAM ARGS" | --attach ADDRESS [--token TOKEN]] [--depth N]
+const char kTreeHelp[] =
+    R"HELP(Usage: vexil tree [--app "PROGRAM ARGS" | --attach ADDRESS [--token TOKEN]] [--depth N]
                   [--properties] [--objectmap FILE] [--write-objectmap OUT]
 
 Starts PROGRAM under the agent (--app; offscreen unless --visible) or connects to a program started with
@@ -78,8 +79,9 @@ private:
                 continue;
             const Vexil::Object::Ptr value = p->get(object);
             const QString text = value
-                ? scriptQuoted(displayValue(value,
-                                            [this](const Vexil::Object::Ptr &o) { return m_session->displayName(o); }))
+                ? scriptQuoted(
+                    displayValue(value,
+                                 [this](const Vexil::Object::Ptr &o) { return m_session->displayName(o); }))
                 : QStringLiteral("(unreadable: %1)").arg(Vexil::Inspector::self()->lastError());
             out(indent + QStringLiteral("- ") + p->name() + QStringLiteral(" = ") + text);
         }
@@ -136,11 +138,21 @@ int tree(const Invocation &call)
 Command treeCommand()
 {
     std::vector<OptionDecl> options = sessionOptionDecls();
-    options.insert(options.end(), { { "--depth", nullptr, "N" }, { "--properties", nullptr, nullptr },
-                                    { "--write-objectmap", nullptr, "OUT" } });
-    return { "tree", "tree [--app \"PROGRAM ARGS\" | --attach ADDRESS] [--depth N] [--properties] [--objectmap FILE]",
-             "print a program's object tree with real and symbolic names", kTreeHelp, options, 0, 0, nullptr,
-             nullptr, tree, {} };
+    options.insert(options.end(),
+                   { { "--depth", nullptr, "N" },
+                     { "--properties", nullptr, nullptr },
+                     { "--write-objectmap", nullptr, "OUT" } });
+    return { "tree",
+             "tree [--app \"PROGRAM ARGS\" | --attach ADDRESS] [--depth N] [--properties] [--objectmap FILE]",
+             "print a program's object tree with real and symbolic names",
+             kTreeHelp,
+             options,
+             0,
+             0,
+             nullptr,
+             nullptr,
+             tree,
+             {} };
 }
 
 } // namespace VexilTool

@@ -60,7 +60,8 @@ int enumValue(const QVariant &value)
 QVariant enumVariant(int typeId, int value)
 {
     if (typeId != QMetaType::UnknownType && typeId != QMetaType::Int
-        && (QMetaType::typeFlags(typeId) & QMetaType::IsEnumeration) && QMetaType::sizeOf(typeId) == sizeof(int))
+        && (QMetaType::typeFlags(typeId) & QMetaType::IsEnumeration)
+        && QMetaType::sizeOf(typeId) == sizeof(int))
         return QVariant(typeId, &value);
     return QVariant(value);
 }
@@ -290,7 +291,8 @@ Signature signatureOf(const QMetaMethod &m)
     const QList<QByteArray> names = m.parameterNames();
     Signature signature;
     for (int p = 0; p < m.parameterCount(); ++p)
-        signature.append(argumentFor(typeInfoForType(m.parameterType(p)), QString::fromLatin1(names.value(p))));
+        signature.append(
+            argumentFor(typeInfoForType(m.parameterType(p)), QString::fromLatin1(names.value(p))));
     return signature;
 }
 
@@ -412,7 +414,7 @@ Argument argumentFor(const TypeInfo &info, const QString &name)
     case ValueKind::QObjectPtr:
         return Argument(name, classForMetaObject(info.objectType), ObjectAttribute::Pointer);
     case ValueKind::Variant:
-        return Argument(name, insp->type(Inspector::Void));     // void takes any object unchanged
+        return Argument(name, insp->type(Inspector::Void)); // void takes any object unchanged
     case ValueKind::Unsupported:
         break;
     }
@@ -459,7 +461,8 @@ Object::Ptr variantToObject(const QVariant &value, const TypeInfo &info)
     }
     case ValueKind::Variant: {
         // QML hands its values over as JavaScript values; what they hold decides the model's type.
-        QVariant held = value.userType() == qMetaTypeId<QJSValue>() ? value.value<QJSValue>().toVariant() : value;
+        QVariant held = value.userType() == qMetaTypeId<QJSValue>() ? value.value<QJSValue>().toVariant()
+                                                                    : value;
         if (!held.isValid())
             return insp->voidObject();
         if (held.userType() == QMetaType::Float || held.userType() == QMetaType::UInt)
@@ -570,7 +573,7 @@ const Class *classForMetaObject(const QMetaObject *metaObject)
     auto it = known.constFind(metaObject);
     if (it != known.constEnd())
         return it.value();
-    QtClass *cls = new QtClass(metaObject);     // owned by the Inspector from here on
+    QtClass *cls = new QtClass(metaObject); // owned by the Inspector from here on
     known.insert(metaObject, cls);
     return cls;
 }
@@ -645,8 +648,8 @@ Property *QtClass::createProperty(int index) const
         flags |= PropertyDeclaration::Writable;
     if (mp.isStored())
         flags |= PropertyDeclaration::Stored;
-    auto *decl = new PropertyDeclaration(this, argumentFor(typeInfoForProperty(mp)), QString::fromLatin1(mp.name()),
-                                         flags);
+    auto *decl = new PropertyDeclaration(this, argumentFor(typeInfoForProperty(mp)),
+                                         QString::fromLatin1(mp.name()), flags);
     return new Property(decl, this, index, true);
 }
 
@@ -774,7 +777,8 @@ Object::Ptr QtClass::invoke(int index, Object::Ptr object, const ObjectList &arg
     QObject *target = qobjectOf(object);
     if (!target) {
         Inspector::self()->setError(
-            QStringLiteral("Cannot invoke member function %1() on null object reference").arg(QLatin1String(m.name())));
+            QStringLiteral("Cannot invoke member function %1() on null object reference")
+                .arg(QLatin1String(m.name())));
         return Object::Ptr();
     }
     if (!instance(target)) {
@@ -786,11 +790,12 @@ Object::Ptr QtClass::invoke(int index, Object::Ptr object, const ObjectList &arg
     QVector<QVariant> values(m.parameterCount());
     for (int p = 0; p < m.parameterCount(); ++p) {
         if (!toVariant(args[size_t(p)], typeInfoForType(m.parameterType(p)), &values[p])) {
-            Inspector::self()->setError(QStringLiteral("Argument %1 of %2() cannot be converted from %3 to %4")
-                                            .arg(p + 1)
-                                            .arg(QLatin1String(m.name()))
-                                            .arg(typeNameOf(args[size_t(p)]))
-                                            .arg(QLatin1String(m.parameterTypes().value(p))));
+            Inspector::self()->setError(
+                QStringLiteral("Argument %1 of %2() cannot be converted from %3 to %4")
+                    .arg(p + 1)
+                    .arg(QLatin1String(m.name()))
+                    .arg(typeNameOf(args[size_t(p)]))
+                    .arg(QLatin1String(m.parameterTypes().value(p))));
             return Object::Ptr();
         }
     }
@@ -810,9 +815,10 @@ Object::Ptr QtClass::callMethod(int local, QObject *object, const QVector<QVaria
         result = QVariant(returnType, nullptr);
         argv[0] = result.data();
     }
-    QVector<QVariant> values = args;                // data() below needs detached, writable copies
+    QVector<QVariant> values = args; // data() below needs detached, writable copies
     for (int i = 0; i < values.size(); ++i)
-        argv[i + 1] = m.parameterType(i) == QMetaType::QVariant ? static_cast<void *>(&values[i]) : values[i].data();
+        argv[i + 1] = m.parameterType(i) == QMetaType::QVariant ? static_cast<void *>(&values[i])
+                                                                : values[i].data();
     // Slots and invokables of every class in the chain take the absolute method index.
     QMetaObject::metacall(object, QMetaObject::InvokeMetaMethod, m.methodIndex(), argv.data());
     if (returnType == QMetaType::Void)

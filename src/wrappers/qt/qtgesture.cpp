@@ -47,7 +47,7 @@ using WsiPoint = QWindowSystemInterface::TouchPoint;
 // One touch event: the points of a sample, each with the state it has then.
 struct TouchFrame
 {
-    int time = 0;   // milliseconds after the first
+    int time = 0; // milliseconds after the first
     QList<WsiPoint> points;
 };
 
@@ -193,7 +193,8 @@ QString replay(const TouchTarget &guard, const std::vector<MultiTouchInfo> &gest
     return lost ? QStringLiteral("the object went away during the gesture") : QString();
 }
 
-Object::Ptr replayOn(const Object::Ptr &object, const std::vector<MultiTouchInfo> &gestures, const QString &what)
+Object::Ptr replayOn(const Object::Ptr &object, const std::vector<MultiTouchInfo> &gestures,
+                     const QString &what)
 {
     QObject *o = qobjectOf(object);
     QQuickItem *item = quickItem(o);
@@ -226,7 +227,8 @@ Object::Ptr replayGestureFunction(const ObjectList &args, const Class *)
     const auto *cls = gesture ? dynamic_cast<const GestureBuilderClass *>(gesture->objectClass()) : nullptr;
     TouchBuilder *builder = cls ? cls->builderOf(gesture) : nullptr;
     if (!builder)
-        return failCall(QStringLiteral("Cannot replay the gesture: the second argument is no GestureBuilder"));
+        return failCall(
+            QStringLiteral("Cannot replay the gesture: the second argument is no GestureBuilder"));
     return replayOn(args[0], builder->gestures(), QStringLiteral("the gesture"));
 }
 
@@ -250,7 +252,8 @@ void registerGestureFunctions()
 {
     const Argument object = objectParameter("object");
     addGlobalFunction(replayGestureFunction, "replayGesture", Signature(object, objectParameter("gesture")));
-    addGlobalFunction(replayGestureFileFunction, "replayGestureFile", Signature(object, textParameter("path")));
+    addGlobalFunction(replayGestureFileFunction, "replayGestureFile",
+                      Signature(object, textParameter("path")));
 }
 
 } // namespace QtWrapper

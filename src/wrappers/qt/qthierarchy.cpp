@@ -83,20 +83,23 @@ struct Check
     Kind kind;
     QString key;
     PropertyValue value;
-    QObject *target = nullptr;      // the resolved window or container
-    bool implied = false;           // a window check that the search scope already guarantees
+    QObject *target = nullptr; // the resolved window or container
+    bool implied = false; // a window check that the search scope already guarantees
     QByteArray propertyName;
-    bool exactText = false;         // a plain text compared as it is: no pattern, no symbolic name
+    bool exactText = false; // a plain text compared as it is: no pattern, no symbolic name
     // Most candidates share a few classes: the last answer per meta-object saves the name lookups.
     mutable const QMetaObject *lastMetaObject = nullptr;
     mutable QMetaProperty lastProperty;
-    mutable int lastIndex = -1;     // absolute property index, -1 for none readable
+    mutable int lastIndex = -1; // absolute property index, -1 for none readable
     mutable bool lastIsText = false;
     mutable TextReader lastReader = nullptr;
     mutable bool lastTypeMatch = false;
 
     bool matches(QObject *object) const;
-    bool matchesText(const QString &text) const { return exactText ? text == value.value() : value.matches(text); }
+    bool matchesText(const QString &text) const
+    {
+        return exactText ? text == value.value() : value.matches(text);
+    }
     bool matchesProperty(QObject *object) const;
 };
 
@@ -109,7 +112,8 @@ bool Check::matchesProperty(QObject *object) const
         lastProperty = lastIndex >= 0 ? mo->property(lastIndex) : QMetaProperty();
         if (!lastProperty.isReadable())
             lastIndex = -1;
-        lastIsText = lastIndex >= 0 && !lastProperty.isEnumType() && lastProperty.userType() == QMetaType::QString;
+        lastIsText = lastIndex >= 0 && !lastProperty.isEnumType()
+            && lastProperty.userType() == QMetaType::QString;
         lastReader = lastIsText ? directTextReader(lastProperty) : nullptr;
     }
     if (lastIndex < 0)
@@ -250,8 +254,8 @@ Query::Query(const ObjectName &name, int depth)
         Check c;
         c.key = key;
         c.value = it.value();
-        c.exactText = c.value.modifiers() == PropertyValue::Equals && c.value.type() == PropertyValue::PlainText
-            && !c.value.value().startsWith(QLatin1Char(':'));
+        c.exactText = c.value.modifiers() == PropertyValue::Equals
+            && c.value.type() == PropertyValue::PlainText && !c.value.value().startsWith(QLatin1Char(':'));
         if (key == QLatin1String("type")) {
             c.kind = Check::Type;
         } else if (key == QLatin1String("name")) {
@@ -338,14 +342,17 @@ bool walkTopLevels(bool recurse, Visitor &visitor)
     QVarLengthArray<QObject *, 16> visited;
     for (const QPointer<QObject> &p : known) {
         QObject *o = p.data();
-        if (!o || (o->isWidgetType() && (!isWindowWidget(o) || static_cast<QWidget *>(o)->windowType() == Qt::Desktop)))
+        if (!o
+            || (o->isWidgetType()
+                && (!isWindowWidget(o) || static_cast<QWidget *>(o)->windowType() == Qt::Desktop)))
             continue;
         visited.append(o);
         if (!walkFrom(o, recurse, visitor))
             return false;
     }
     for (QObject *o : topLevelObjects()) {
-        if (std::find(visited.cbegin(), visited.cend(), o) == visited.cend() && !walkFrom(o, recurse, visitor))
+        if (std::find(visited.cbegin(), visited.cend(), o) == visited.cend()
+            && !walkFrom(o, recurse, visitor))
             return false;
     }
     return true;
@@ -817,7 +824,7 @@ Object::Ptr QtHierarchyDelegate::parent(Object::Ptr object) const
 
 int QtHierarchyDelegate::wrapperType(Object::Ptr) const
 {
-    return 1;       // every object here wraps a QObject
+    return 1; // every object here wraps a QObject
 }
 
 } // namespace QtWrapper

@@ -388,7 +388,8 @@ bool readMouseArgs(const ObjectList &args, int leading, MouseArgs *out, int *ext
     }
     if (args.size() > i && args[i] && !parseButton(args[i]->toString(), &out->button, error))
         return false;
-    if (args.size() > i + 1 && args[i + 1] && !parseModifiers(args[i + 1]->toString(), &out->modifiers, error))
+    if (args.size() > i + 1 && args[i + 1]
+        && !parseModifiers(args[i + 1]->toString(), &out->modifiers, error))
         return false;
     return true;
 }
@@ -472,7 +473,9 @@ Object::Ptr mouseFunction(MouseAction action, const ObjectList &args)
         if (w ? !w->isVisible() : !item->isVisible())
             error = w ? QStringLiteral("the widget is hidden") : QStringLiteral("the item is hidden");
     } else {
-        error = !target.itemEnabled ? QStringLiteral("the item is disabled") : w ? clickableAt(w, pos) : QString();
+        error = !target.itemEnabled ? QStringLiteral("the item is disabled")
+            : w                     ? clickableAt(w, pos)
+                                    : QString();
         if (error.isEmpty() && item)
             error = quickClickableAt(item, itemPos);
     }
@@ -712,7 +715,8 @@ QString clickableAt(QWidget *widget, const QPoint &pos)
         return QStringLiteral("the widget is disabled");
     QWidget *window = widget->window();
     if (QWidget *modal = QApplication::activeModalWidget()) {
-        if (modal != window && !modal->isAncestorOf(window) && modal->windowModality() == Qt::ApplicationModal)
+        if (modal != window && !modal->isAncestorOf(window)
+            && modal->windowModality() == Qt::ApplicationModal)
             return QStringLiteral("the window is blocked by the modal dialog '%1'").arg(printableName(modal));
     }
     if (!widget->rect().contains(pos))
@@ -733,8 +737,8 @@ void moveMouse(QWidget *widget, const QPoint &pos)
     sendMouse(widgetTarget(widget), pos, QEvent::MouseMove, Qt::NoButton, Qt::NoModifier, nextTimestamp());
 }
 
-QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
-                    bool doubleClick)
+QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button,
+                    Qt::KeyboardModifiers modifiers, bool doubleClick)
 {
     return clickTarget(widgetTarget(widget), pos, button, modifiers, doubleClick);
 }
@@ -774,7 +778,8 @@ Argument intParameter(const char *name)
 
 Argument textParameter(const char *name)
 {
-    return Argument(QString::fromLatin1(name), Inspector::self()->type(Inspector::Char), ObjectAttribute::Pointer);
+    return Argument(QString::fromLatin1(name), Inspector::self()->type(Inspector::Char),
+                    ObjectAttribute::Pointer);
 }
 
 Object::Ptr failCall(const QString &text)

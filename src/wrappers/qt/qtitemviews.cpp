@@ -24,7 +24,7 @@ namespace QtWrapper {
 struct ItemRef
 {
     QPointer<QAbstractItemView> view;
-    QPointer<QComboBox> combo;      // set when the view is the combo box's pop-up
+    QPointer<QComboBox> combo; // set when the view is the combo box's pop-up
     QPersistentModelIndex index;
 
     bool alive() const { return view && index.isValid() && index.model() == view->model(); }
@@ -73,7 +73,8 @@ Object::Ptr readColumn(Object::Ptr object)
 bool isSelected(const ItemRef *ref)
 {
     if (ref->combo)
-        return ref->combo->currentIndex() == ref->index.row() && ref->combo->rootModelIndex() == ref->index.parent();
+        return ref->combo->currentIndex() == ref->index.row()
+            && ref->combo->rootModelIndex() == ref->index.parent();
     QItemSelectionModel *selection = ref->view->selectionModel();
     return selection && selection->isSelected(ref->index);
 }
@@ -118,7 +119,8 @@ bool writeSelected(Object::Ptr object, Object::Ptr value)
     QItemSelectionModel *selection = ref->view->selectionModel();
     if (!selection)
         return false;
-    QItemSelectionModel::SelectionFlags flags = select ? QItemSelectionModel::Select : QItemSelectionModel::Deselect;
+    QItemSelectionModel::SelectionFlags flags = select ? QItemSelectionModel::Select
+                                                       : QItemSelectionModel::Deselect;
     if (select && ref->view->selectionMode() != QAbstractItemView::MultiSelection)
         flags |= QItemSelectionModel::Clear;
     if (ref->view->selectionBehavior() == QAbstractItemView::SelectRows)
@@ -179,13 +181,16 @@ public:
             decl = new PropertyDeclaration(this, number, QStringLiteral("column"), r, readColumn, nullptr);
             break;
         case 3:
-            decl = new PropertyDeclaration(this, flag, QStringLiteral("selected"), rw, readSelected, writeSelected);
+            decl = new PropertyDeclaration(this, flag, QStringLiteral("selected"), rw, readSelected,
+                                           writeSelected);
             break;
         case 4:
-            decl = new PropertyDeclaration(this, flag, QStringLiteral("checked"), rw, readChecked, writeChecked);
+            decl = new PropertyDeclaration(this, flag, QStringLiteral("checked"), rw, readChecked,
+                                           writeChecked);
             break;
         case 5:
-            decl = new PropertyDeclaration(this, widget, QStringLiteral("container"), r, readContainer, nullptr);
+            decl = new PropertyDeclaration(this, widget, QStringLiteral("container"), r, readContainer,
+                                           nullptr);
             break;
         default:
             return nullptr;
@@ -434,12 +439,13 @@ Object::Ptr activateMenuItemFunction(const ObjectList &args, const Class *)
     const QString path = args.size() > 1 && args[1] ? args[1]->toString() : QString();
     QObject *o = qobjectOf(object);
     if (!o || !o->isWidgetType())
-        return failCall(QStringLiteral("Cannot activate menu item '%1': the object is no menu bar, menu or window")
-                            .arg(path));
+        return failCall(
+            QStringLiteral("Cannot activate menu item '%1': the object is no menu bar, menu or window")
+                .arg(path));
     const QString error = activateMenuPath(static_cast<QWidget *>(o), path);
     if (!error.isEmpty())
-        return failCall(QStringLiteral("Cannot activate menu item '%1' of '%2': %3")
-                            .arg(path, printableName(o), error));
+        return failCall(
+            QStringLiteral("Cannot activate menu item '%1' of '%2': %3").arg(path, printableName(o), error));
     return Inspector::self()->voidObject();
 }
 
@@ -531,8 +537,9 @@ QString itemRealName(QAbstractItemView *view, const QModelIndex &index)
     };
     QMap<QString, PropertyValue> props;
     props.insert(QStringLiteral("type"), plain(QStringLiteral("QModelIndex")));
-    props.insert(QStringLiteral("container"), PropertyValue(realName(combo ? static_cast<QWidget *>(combo) : view),
-                                                            PropertyValue::Equals, PropertyValue::NestedName));
+    props.insert(QStringLiteral("container"),
+                 PropertyValue(realName(combo ? static_cast<QWidget *>(combo) : view), PropertyValue::Equals,
+                               PropertyValue::NestedName));
     const QString text = index.data(Qt::DisplayRole).toString();
     if (!text.isEmpty())
         props.insert(QStringLiteral("text"), plain(text));

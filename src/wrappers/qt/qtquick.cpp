@@ -76,7 +76,8 @@ QQuickItem *topItemAt(QQuickItem *item, const QPointF &scenePos)
         if (QQuickItem *hit = topItemAt(*it, scenePos))
             return hit;
     }
-    if (inside && ((item->flags() & QQuickItem::ItemHasContents) || item->acceptedMouseButtons() != Qt::NoButton))
+    if (inside
+        && ((item->flags() & QQuickItem::ItemHasContents) || item->acceptedMouseButtons() != Qt::NoButton))
         return item;
     return nullptr;
 }
@@ -84,7 +85,7 @@ QQuickItem *topItemAt(QQuickItem *item, const QPointF &scenePos)
 struct TypeNames
 {
     QString qml;
-    QString cpp;    // the C++ class a QML-made type extends; empty when the class is a C++ one
+    QString cpp; // the C++ class a QML-made type extends; empty when the class is a C++ one
 };
 
 TypeNames typeNamesOf(const QMetaObject *metaObject)
@@ -112,8 +113,9 @@ TypeNames typeNamesOf(const QMetaObject *metaObject)
             // Qt Quick registers its own types under the class name without the prefix; a few are exceptions.
             if (className == "QQuickWindowQmlImpl")
                 names.qml = QStringLiteral("Window");
-            else if (className.startsWith("QQuick") && className != "QQuickWindow" && className != "QQuickView"
-                     && className != "QQuickRootItem" && m->inherits(&QObject::staticMetaObject))
+            else if (className.startsWith("QQuick") && className != "QQuickWindow"
+                     && className != "QQuickView" && className != "QQuickRootItem"
+                     && m->inherits(&QObject::staticMetaObject))
                 names.qml = QString::fromLatin1(className.mid(6));
         }
         break;
@@ -228,7 +230,8 @@ bool typeNameMatches(const QMetaObject *metaObject, const PropertyValue &value)
     if (value.matches(QString::fromLatin1(metaObject->className())))
         return true;
     const TypeNames names = typeNamesOf(metaObject);
-    return (!names.qml.isEmpty() && value.matches(names.qml)) || (!names.cpp.isEmpty() && value.matches(names.cpp));
+    return (!names.qml.isEmpty() && value.matches(names.qml))
+        || (!names.cpp.isEmpty() && value.matches(names.cpp));
 }
 
 QString shownTypeName(const QObject *object)
@@ -332,7 +335,8 @@ QWindow *quickKeyWindow(QQuickItem *item)
         QList<QQuickItem *> queue { item };
         while (!queue.isEmpty() && !focus) {
             QQuickItem *next = queue.takeFirst();
-            if ((next->flags() & QQuickItem::ItemAcceptsInputMethod) && next->isVisible() && next->isEnabled())
+            if ((next->flags() & QQuickItem::ItemAcceptsInputMethod) && next->isVisible()
+                && next->isEnabled())
                 focus = next;
             queue += next->childItems();
         }
@@ -362,7 +366,8 @@ QByteArray quickScreenshotPng(QObject *object, QString *error)
     } else if (window) {
         rect = QRect(QPoint(0, 0), window->size());
     } else {
-        return fail(QStringLiteral("objects of type %1 have no picture").arg(object->metaObject()->className()));
+        return fail(
+            QStringLiteral("objects of type %1 have no picture").arg(object->metaObject()->className()));
     }
     if (QQuickWidget *qw = quickWidgetFor(window))
         return screenshotPng(qw, rect, error);
@@ -377,7 +382,8 @@ QByteArray quickScreenshotPng(QObject *object, QString *error)
     } else if (QScreen *screen = window->screen()) {
         // The software renderer cannot read back from some platforms' backing stores (offscreen among them);
         // the platform's screen grab can.
-        picture = screen->grabWindow(window->winId(), rect.x(), rect.y(), rect.width(), rect.height()).toImage();
+        picture =
+            screen->grabWindow(window->winId(), rect.x(), rect.y(), rect.width(), rect.height()).toImage();
     }
     QByteArray png;
     QBuffer buffer(&png);

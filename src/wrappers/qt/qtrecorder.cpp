@@ -66,7 +66,8 @@ QMetaProperty editedText(QObject *object)
     QMetaProperty p = mo->userProperty();
     if (QQuickItem *item = quickItem(object)) {
         const int index = mo->indexOfProperty("text");
-        p = (item->flags() & QQuickItem::ItemAcceptsInputMethod) && index >= 0 ? mo->property(index) : QMetaProperty();
+        p = (item->flags() & QQuickItem::ItemAcceptsInputMethod) && index >= 0 ? mo->property(index)
+                                                                               : QMetaProperty();
     }
     if (p.isValid() && p.isReadable() && p.isWritable() && p.userType() == QMetaType::QString)
         return p;
@@ -81,7 +82,8 @@ QObject *namedClickTarget(QQuickItem *item, QPointF *pos)
         if (p->window() && p == p->window()->contentItem())
             break;
         const QVariant text = p->property("text");
-        if (!p->objectName().isEmpty() || (text.userType() == QMetaType::QString && !text.toString().isEmpty())) {
+        if (!p->objectName().isEmpty()
+            || (text.userType() == QMetaType::QString && !text.toString().isEmpty())) {
             *pos = item->mapToItem(p, *pos);
             return p;
         }
@@ -119,7 +121,8 @@ bool Recorder::eventFilter(QObject *watched, QEvent *event)
         && type != QEvent::TouchUpdate && type != QEvent::TouchEnd)
         return false;
     // Nobody records, or a record is being delivered and its receiver stirred the application.
-    if (!Inspector::self()->eventNotifyDelegate() || m_busy || !(watched->isWidgetType() || quickItem(watched)))
+    if (!Inspector::self()->eventNotifyDelegate() || m_busy
+        || !(watched->isWidgetType() || quickItem(watched)))
         return false;
     // A QQuickWidget passes its input on to its items, which are recorded.
     if (qobject_cast<QQuickWidget *>(watched))
@@ -160,7 +163,7 @@ bool Recorder::eventFilter(QObject *watched, QEvent *event)
         }
         break;
     case QEvent::KeyRelease:
-        isRepeat(event);            // a press that follows is a new one, even with the same time stamp
+        isRepeat(event); // a press that follows is a new one, even with the same time stamp
         flushText();
         break;
     case QEvent::FocusOut:
@@ -204,8 +207,8 @@ void Recorder::recordClick(QObject *widget, QEvent *event)
         QPointF at = mouse->localPos();
         QObject *target = namedClickTarget(item, &at);
         record(QStringLiteral("mouseClick"), target,
-               { intArgument(QStringLiteral("x"), qRound(at.x())), intArgument(QStringLiteral("y"), qRound(at.y())),
-                 where[0], where[1] });
+               { intArgument(QStringLiteral("x"), qRound(at.x())),
+                 intArgument(QStringLiteral("y"), qRound(at.y())), where[0], where[1] });
         return;
     }
     // A click on an item names the item, at a place relative to it.
@@ -216,14 +219,14 @@ void Recorder::recordClick(QObject *widget, QEvent *event)
             const QString real = itemRealName(view, index);
             ObjectMap *map = ObjectMap::self();
             record(QStringLiteral("mouseClick"), map ? map->symbolicName(real, true) : real,
-                   { intArgument(QStringLiteral("x"), at.x()), intArgument(QStringLiteral("y"), at.y()), where[0],
-                     where[1] });
+                   { intArgument(QStringLiteral("x"), at.x()), intArgument(QStringLiteral("y"), at.y()),
+                     where[0], where[1] });
             return;
         }
     }
     record(QStringLiteral("mouseClick"), widget,
-           { intArgument(QStringLiteral("x"), mouse->pos().x()), intArgument(QStringLiteral("y"), mouse->pos().y()),
-             where[0], where[1] });
+           { intArgument(QStringLiteral("x"), mouse->pos().x()),
+             intArgument(QStringLiteral("y"), mouse->pos().y()), where[0], where[1] });
 }
 
 bool Recorder::recordMenuActivation(QWidget *widget, QEvent *event)
@@ -243,7 +246,8 @@ bool Recorder::recordMenuActivation(QWidget *widget, QEvent *event)
         return false;
     QWidget *root = nullptr;
     const QString path = menuPath(action, &root);
-    record(QStringLiteral("activateMenuItem"), root ? root : menu, { textArgument(QStringLiteral("path"), path) });
+    record(QStringLiteral("activateMenuItem"), root ? root : menu,
+           { textArgument(QStringLiteral("path"), path) });
     return true;
 }
 
@@ -281,8 +285,9 @@ void Recorder::recordTouch(QObject *widget, QEvent *event)
     TouchBuilder builder;
     MultiTouchInfo &gesture = builder.gestures().front();
     gesture.unit = MultiTouchInfo::Pixel;
-    const QSizeF size = widget->isWidgetType() ? QSizeF(static_cast<QWidget *>(widget)->size())
-                                               : QSizeF(quickItem(widget)->width(), quickItem(widget)->height());
+    const QSizeF size = widget->isWidgetType()
+        ? QSizeF(static_cast<QWidget *>(widget)->size())
+        : QSizeF(quickItem(widget)->width(), quickItem(widget)->height());
     gesture.areaWidth = float(size.width());
     gesture.areaHeight = float(size.height());
     gesture.samples = m_touchSamples;

@@ -30,7 +30,8 @@ QObject *defaultWindow()
             return o;
     }
     for (QObject *o : topLevelObjects()) {
-        if (o->isWidgetType() ? static_cast<QWidget *>(o)->isVisible() : static_cast<QWindow *>(o)->isVisible())
+        if (o->isWidgetType() ? static_cast<QWidget *>(o)->isVisible()
+                              : static_cast<QWindow *>(o)->isVisible())
             return o;
     }
     return nullptr;
@@ -71,7 +72,8 @@ QByteArray screenshotPng(QObject *objectOrNull, QString *error)
     }
     if (!widget) {
         if (error)
-            *error = QStringLiteral("objects of type %1 have no picture").arg(objectOrNull->metaObject()->className());
+            *error = QStringLiteral("objects of type %1 have no picture")
+                         .arg(objectOrNull->metaObject()->className());
         return QByteArray();
     }
     return screenshotPng(widget, widget->rect(), error);

@@ -46,7 +46,8 @@ void settle()
 }
 
 template <class WidgetOperation, class WindowOperation>
-FunctionCallResult<void> onWindow(const Object::Ptr &object, WidgetOperation onWidget, WindowOperation onQWindow)
+FunctionCallResult<void> onWindow(const Object::Ptr &object, WidgetOperation onWidget,
+                                  WindowOperation onQWindow)
 {
     const WindowTarget t = windowOf(object);
     if (!t)
@@ -57,8 +58,17 @@ FunctionCallResult<void> onWindow(const Object::Ptr &object, WidgetOperation onW
 }
 
 // The same operation through each kind of window, for operations both spell alike.
-#define VEXIL_ON_WINDOW(object, body) \
-    onWindow(object, [&](QWidget *w) { body; return QString(); }, [&](QWindow *w) { body; return QString(); })
+#define VEXIL_ON_WINDOW(object, body)                                                                        \
+    onWindow(                                                                                                \
+        object,                                                                                              \
+        [&](QWidget *w) {                                                                                    \
+            body;                                                                                            \
+            return QString();                                                                                \
+        },                                                                                                   \
+        [&](QWindow *w) {                                                                                    \
+            body;                                                                                            \
+            return QString();                                                                                \
+        })
 
 } // namespace
 
@@ -71,9 +81,12 @@ QtWindowDelegate::~QtWindowDelegate() = default;
 
 FunctionCallResult<void> QtWindowDelegate::closeWindow(Object::Ptr window) const
 {
-    const auto refused = [](bool closed) { return closed ? QString() : QStringLiteral("The window refused to close."); };
-    return onWindow(window, [&](QWidget *w) { return refused(w->close()); },
-                    [&](QWindow *w) { return refused(w->close()); });
+    const auto refused = [](bool closed) {
+        return closed ? QString() : QStringLiteral("The window refused to close.");
+    };
+    return onWindow(
+        window, [&](QWidget *w) { return refused(w->close()); },
+        [&](QWindow *w) { return refused(w->close()); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::maximizeWindow(Object::Ptr window) const
@@ -89,8 +102,16 @@ FunctionCallResult<void> QtWindowDelegate::minimizeWindow(Object::Ptr window) co
 FunctionCallResult<void> QtWindowDelegate::moveWindowTo(Object::Ptr window, int x, int y) const
 {
     // Both place the frame's corner.
-    return onWindow(window, [&](QWidget *w) { w->move(x, y); return QString(); },
-                    [&](QWindow *w) { w->setFramePosition(QPoint(x, y)); return QString(); });
+    return onWindow(
+        window,
+        [&](QWidget *w) {
+            w->move(x, y);
+            return QString();
+        },
+        [&](QWindow *w) {
+            w->setFramePosition(QPoint(x, y));
+            return QString();
+        });
 }
 
 FunctionCallResult<void> QtWindowDelegate::resizeWindowTo(Object::Ptr window, int width, int height) const
@@ -98,7 +119,8 @@ FunctionCallResult<void> QtWindowDelegate::resizeWindowTo(Object::Ptr window, in
     if (!windowOf(window))
         return FunctionCallResult<void>(notAWindow(window));
     if (width < 0 || height < 0)
-        return FunctionCallResult<void>(QStringLiteral("Cannot resize a window to %1x%2.").arg(width).arg(height));
+        return FunctionCallResult<void>(
+            QStringLiteral("Cannot resize a window to %1x%2.").arg(width).arg(height));
     return VEXIL_ON_WINDOW(window, w->resize(width, height));
 }
 
@@ -114,48 +136,52 @@ FunctionCallResult<void> QtWindowDelegate::setFullscreenWindow(Object::Ptr windo
 
 FunctionCallResult<void> QtWindowDelegate::setForegroundWindow(Object::Ptr window) const
 {
-    return onWindow(window,
-                    [](QWidget *w) {
-                        if (w->isMinimized())
-                            w->showNormal();
-                        else
-                            w->show();
-                        w->raise();
-                        w->activateWindow();
-                        return QString();
-                    },
-                    [](QWindow *w) {
-                        if (w->windowStates() & Qt::WindowMinimized)
-                            w->showNormal();
-                        else
-                            w->show();
-                        w->raise();
-                        w->requestActivate();
-                        return QString();
-                    });
+    return onWindow(
+        window,
+        [](QWidget *w) {
+            if (w->isMinimized())
+                w->showNormal();
+            else
+                w->show();
+            w->raise();
+            w->activateWindow();
+            return QString();
+        },
+        [](QWindow *w) {
+            if (w->windowStates() & Qt::WindowMinimized)
+                w->showNormal();
+            else
+                w->show();
+            w->raise();
+            w->requestActivate();
+            return QString();
+        });
 }
 
 FunctionCallResult<void> QtWindowDelegate::setFocusedWindow(Object::Ptr window) const
 {
-    const auto hidden = [](const QString &name) { return QStringLiteral("Cannot focus the hidden window %1.").arg(name); };
-    return onWindow(window,
-                    [&](QWidget *w) {
-                        if (!w->isVisible())
-                            return hidden(w->objectName());
-                        w->activateWindow();
-                        // The platform may grant the activation later or not at all; the application takes it
-                        // at once.
-                        QApplication::setActiveWindow(w);
-                        return QString();
-                    },
-                    [&](QWindow *w) {
-                        if (!w->isVisible())
-                            return hidden(w->objectName());
-                        w->requestActivate();
-                        QWindowSystemInterface::handleWindowActivated(w);
-                        QWindowSystemInterface::flushWindowSystemEvents();
-                        return QString();
-                    });
+    const auto hidden = [](const QString &name) {
+        return QStringLiteral("Cannot focus the hidden window %1.").arg(name);
+    };
+    return onWindow(
+        window,
+        [&](QWidget *w) {
+            if (!w->isVisible())
+                return hidden(w->objectName());
+            w->activateWindow();
+            // The platform may grant the activation later or not at all; the application takes it
+            // at once.
+            QApplication::setActiveWindow(w);
+            return QString();
+        },
+        [&](QWindow *w) {
+            if (!w->isVisible())
+                return hidden(w->objectName());
+            w->requestActivate();
+            QWindowSystemInterface::handleWindowActivated(w);
+            QWindowSystemInterface::flushWindowSystemEvents();
+            return QString();
+        });
 }
 
 FunctionCallResult<Object::Ptr> QtWindowDelegate::focusedWindow() const

@@ -42,15 +42,15 @@ enum class ValueKind {
     Bool,
     Double,
     Int64,
-    String,     // the char class in pointer form; colours and URLs as their texts too
+    String, // the char class in pointer form; colours and URLs as their texts too
     StringList, // an array of texts
-    Rect,       // ScreenRectangle
-    Point,      // ScreenPoint
-    DateTime,   // DateTime with a time
-    Date,       // DateTime without a time
-    Enum,       // int with the enum attached
+    Rect, // ScreenRectangle
+    Point, // ScreenPoint
+    DateTime, // DateTime with a time
+    Date, // DateTime without a time
+    Enum, // int with the enum attached
     QObjectPtr, // the wrapper of the object
-    Variant     // QVariant (QML's var and the parameters of QML functions): the model value of what it holds
+    Variant // QVariant (QML's var and the parameters of QML functions): the model value of what it holds
 };
 
 /// A Qt type as the model sees it: the kind, the meta type, the class of an object type, the enum of an enum.
@@ -102,9 +102,11 @@ public:
     using Class::setProperty;
     Object::Ptr getProperty(int index, void *object, const Class *cls) const override;
     bool setProperty(int index, void *object, void *value) const override;
-    bool setProperty(int index, Object::Ptr object, Object::Ptr value, const Property *property) const override;
+    bool setProperty(int index, Object::Ptr object, Object::Ptr value,
+                     const Property *property) const override;
     Object::Ptr invoke(int index, void *object, void **args, const Class *cls) const override;
-    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args, const Method *method) const override;
+    Object::Ptr invoke(int index, Object::Ptr object, const ObjectList &args,
+                       const Method *method) const override;
 
     /// The meta-property of the class's own property at the global index \p index, or an invalid one.
     QMetaProperty metaProperty(int index) const;
@@ -261,7 +263,7 @@ struct InputTarget
 {
     QPointer<QWidget> widget;
     QRect rect;
-    bool itemEnabled = true;    // false for an item whose model disables it
+    bool itemEnabled = true; // false for an item whose model disables it
     QPointer<QQuickItem> quickItem;
 };
 
@@ -275,8 +277,8 @@ bool waitUntil(const std::function<bool()> &condition, int timeoutMs);
 void flushInput();
 /// Moves the mouse to \p pos in \p widget, then presses and releases \p button there (twice, as one
 /// double-click, with \p doubleClick). Returns the explanation when the point cannot be clicked.
-QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button, Qt::KeyboardModifiers modifiers,
-                    bool doubleClick = false);
+QString clickWidget(QWidget *widget, const QPoint &pos, Qt::MouseButton button,
+                    Qt::KeyboardModifiers modifiers, bool doubleClick = false);
 /// The same for any target: \p pos in the widget's coordinates, or in the item's for an item in its own window.
 QString clickTarget(const InputTarget &target, const QPoint &pos, Qt::MouseButton button,
                     Qt::KeyboardModifiers modifiers, bool doubleClick = false);
