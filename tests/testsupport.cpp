@@ -1,4 +1,4 @@
-// testsupport.cpp: stderr capture, stream bytes and member access by name for the tests.
+// testsupport.cpp: stderr capture, the chain class, stream bytes and member access by name for the tests.
 #include "testsupport.h"
 
 #include <inspector.h>
@@ -45,6 +45,24 @@ std::string StderrCapture::text() const
         offset += n;
     }
     return out;
+}
+
+ChainClass::ChainClass(const char *name, const Vexil::Class *super, Vexil::Namespace *ns)
+    : Vexil::Class(name, ns ? ns : Vexil::Inspector::self()->globalNamespace(), true)
+    , superclass(super)
+{
+}
+
+void ChainClass::initSuperClass()
+{
+    ++initSuperCalls;
+    if (!neverSetsUp)
+        setSuperClass(superclass);
+}
+
+Vexil::Object::Ptr makeObject(void *data, const Vexil::Class *cls, unsigned int flags, int count)
+{
+    return Vexil::Object::Ptr(new Vexil::Object(data, cls, Vexil::ObjectAttribute(flags, count)));
 }
 
 QByteArray streamBytes(const std::function<void(QDataStream &)> &write)

@@ -1,5 +1,5 @@
 // testsupport.h: helpers shared by the tests: stderr capture, readable QString failures, a record collector,
-// stream bytes, member access by name and the full event record.
+// a class with a chosen superclass, plain objects, stream bytes, member access by name and the full event record.
 #ifndef VEXIL_TESTSUPPORT_H
 #define VEXIL_TESTSUPPORT_H
 
@@ -57,6 +57,22 @@ public:
     void notifyEvent(const Vexil::EventData &data) const override { records.push_back(data); }
     mutable std::vector<Vexil::EventData> records;
 };
+
+/// A registered class (the Inspector owns it) in \p ns, the global namespace when null, whose superclass is
+/// \p super; counts how often the model asks for the superclass to be set up.
+class ChainClass : public Vexil::Class
+{
+public:
+    explicit ChainClass(const char *name, const Vexil::Class *super = nullptr, Vexil::Namespace *ns = nullptr);
+    void initSuperClass() override;
+
+    const Vexil::Class *superclass;
+    bool neverSetsUp = false; ///< leaves the superclass unset, as a broken wrapper would
+    mutable int initSuperCalls = 0;
+};
+
+/// An object of \p cls over \p data that does not own it.
+Vexil::Object::Ptr makeObject(void *data, const Vexil::Class *cls, unsigned int flags = 0, int count = 0);
 
 /// The bytes \p write puts on a fresh stream.
 QByteArray streamBytes(const std::function<void(QDataStream &)> &write);

@@ -11,23 +11,9 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::ChainClass;
 
 namespace {
-
-class ChainClass : public Class
-{
-public:
-    ChainClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() override
-    {
-        ++initSuperCalls;
-        if (!neverSetsUp)
-            setSuperClass(m_super);
-    }
-    const Class *m_super;
-    bool neverSetsUp = false;
-    mutable int initSuperCalls = 0;
-};
 
 class CountedDelegate : public SerializeDelegate
 {
