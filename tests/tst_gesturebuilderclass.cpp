@@ -11,13 +11,9 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::insp;
 
 namespace {
-
-Inspector *insp()
-{
-    return Inspector::self();
-}
 
 const GestureBuilderClass *gestureClass()
 {
@@ -321,27 +317,23 @@ TEST(GestureBuilderClass, TransformsReachTheModel)
 {
     Object::Ptr b = newBuilder({text(kOnePointXml)});
     const TouchPoint &p = model(b).gestures()[0].samples[0].points[0];  // (1, 2)
-
-    EXPECT_EQ(call(b, "translate", {num(9), integer(8)}), b);
-    EXPECT_EQ(p.x, 10.0f);
-    EXPECT_EQ(p.y, 10.0f);
-    EXPECT_EQ(call(b, "scale", {num(2), num(3), num(0), num(0)}), b);
-    EXPECT_EQ(p.x, 20.0f);
-    EXPECT_EQ(p.y, 30.0f);
-    EXPECT_EQ(call(b, "rotate", {num(90), num(20), num(30)}), b);  // about the point itself
-    EXPECT_FLOAT_EQ(p.x, 20.0f);
-    EXPECT_FLOAT_EQ(p.y, 30.0f);
-
-    // The default-centre forms turn about the centre of the area (200 x 100 here).
-    EXPECT_EQ(call(b, "scale", {num(2)}), b);
-    EXPECT_FLOAT_EQ(p.x, 2 * (20.0f - 100) + 100);
-    EXPECT_FLOAT_EQ(p.y, 2 * (30.0f - 50) + 50);
-    EXPECT_EQ(call(b, "scale", {num(0.5), num(0.5)}), b);
-    EXPECT_FLOAT_EQ(p.x, 20.0f);
-    EXPECT_FLOAT_EQ(p.y, 30.0f);
-    EXPECT_EQ(call(b, "rotate", {num(180)}), b);
-    EXPECT_FLOAT_EQ(p.x, 180.0f);
-    EXPECT_FLOAT_EQ(p.y, 70.0f);
+    // Each step starts where the one before left the point; the default-centre forms turn about the centre
+    // of the area (200 x 100 here).
+    const struct {
+        const char *method;
+        ObjectList args;
+        float x, y;
+    } steps[] = {
+        {"translate", {num(9), integer(8)}, 10, 10},          {"scale", {num(2), num(3), num(0), num(0)}, 20, 30},
+        {"rotate", {num(90), num(20), num(30)}, 20, 30},      {"scale", {num(2)}, -60, 10},
+        {"scale", {num(0.5), num(0.25)}, 20, 40},            {"rotate", {num(180)}, 180, 60},
+    };
+    for (const auto &step : steps) {
+        SCOPED_TRACE(testing::Message() << step.method << " to " << step.x << ", " << step.y);
+        EXPECT_EQ(call(b, step.method, step.args), b);
+        EXPECT_NEAR(p.x, step.x, 1e-4);
+        EXPECT_NEAR(p.y, step.y, 1e-4);
+    }
 
     EXPECT_EQ(call(b, "accelerate", {num(2)}), b);
     EXPECT_EQ(model(b).gestures()[0].speed, 0.5f);

@@ -10,18 +10,9 @@
 #include <QStringList>
 
 using namespace Vexil;
+using WindowClass = VexilTest::ChainClass;
 
 namespace {
-
-class WindowClass : public Class
-{
-public:
-    WindowClass(const char *name, const Class *base) : Class(name, true), m_base(base) { }
-    void initSuperClass() override { setSuperClass(m_base); }
-
-private:
-    const Class *m_base;
-};
 
 // Implements only what a toolkit must; the rest keeps the defaults.
 class MinimalDelegate : public WindowInteractionDelegate
