@@ -85,6 +85,11 @@ bool writeProperty(const Vexil::Object::Ptr &object, const char *property, const
     return p && p->set(object, value);
 }
 
+Vexil::Object::Ptr callGlobal(const char *name, const Vexil::ObjectList &args)
+{
+    return insp()->globalClass()->methods(QString::fromLatin1(name)).invoke(Vexil::Object::Ptr(), args);
+}
+
 Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method, const Vexil::ObjectList &args)
 {
     if (!object)

@@ -6,6 +6,7 @@
 #include "eventrecordfixture.h"
 
 #include <delegate.h>
+#include <inspector.h>
 #include <object.h>
 
 #include <QByteArray>
@@ -49,6 +50,22 @@ inline Vexil::Inspector *insp()
 {
     return Vexil::Inspector::self();
 }
+
+/// The class registered under number \p type, for instance a primitive type.
+inline const Vexil::Class *primitive(int type)
+{
+    return insp()->type(type);
+}
+
+/// A primitive value as a script passes it: int, long long, bool, double or a text.
+template <class T>
+Vexil::Object::Ptr value(T v)
+{
+    return insp()->createPrimitive(v);
+}
+
+/// Calls the global function \p name as a script binding does: its overload set, without an object.
+Vexil::Object::Ptr callGlobal(const char *name, const Vexil::ObjectList &args);
 
 /// Keeps every record it is notified of; installed as the notify delegate while alive.
 class RecordCollector : public Vexil::EventNotifyDelegate

@@ -21,20 +21,9 @@ const GestureBuilderClass *gestureClass()
         insp()->globalNamespace()->getClass(QStringLiteral("GestureBuilder")));
 }
 
-Object::Ptr num(double v)
-{
-    return insp()->createPrimitive(v);
-}
-
-Object::Ptr integer(int v)
-{
-    return insp()->createPrimitive(v);
-}
-
-Object::Ptr text(const char *v)
-{
-    return insp()->createPrimitive(v);
-}
+const auto num = VexilTest::value<double>;
+const auto integer = VexilTest::value<int>;
+const auto text = VexilTest::value<const char *>;
 
 // A script call: the overload is chosen by argument count and conversion.
 Object::Ptr call(const Object::Ptr &builder, const char *name, const ObjectList &args = ObjectList())

@@ -14,15 +14,11 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::primitive;
 using VexilTest::StderrCapture;
 using VexilTest::streamBytes;
 
 namespace {
-
-const Class *primitive(int i)
-{
-    return Inspector::self()->type(i);
-}
 
 // A class whose members and conversions each test sets up; the raw slots record what reached them.
 class TestClass : public VexilTest::ChainClass

@@ -38,6 +38,12 @@ using VexilDemo::SettingsDialog;
 
 namespace {
 
+const auto get = VexilTest::readProperty;
+const auto set = VexilTest::writeProperty;
+const auto text = VexilTest::value<const char *>;
+const auto number = VexilTest::value<int>;
+using VexilTest::callGlobal;
+
 void settle()
 {
     QCoreApplication::processEvents();
@@ -72,23 +78,10 @@ protected:
 
     Object::Ptr find(const QString &name) { return insp()->findObject(name); }
 
-    static Object::Ptr get(const Object::Ptr &object, const char *property)
-    {
-        return VexilTest::readProperty(object, property);
-    }
-    static bool set(const Object::Ptr &object, const char *property, const Object::Ptr &value)
-    {
-        return VexilTest::writeProperty(object, property, value);
-    }
     static Object::Ptr call(const Object::Ptr &object, const char *method, const ObjectList &args = ObjectList(),
                             bool *found = nullptr)
     {
         return object->objectClass()->methods(QLatin1String(method)).invoke(object, args, found);
-    }
-
-    static Object::Ptr callGlobal(const char *function, const ObjectList &args)
-    {
-        return insp()->globalClass()->methods(QLatin1String(function)).invoke(Object::Ptr(), args);
     }
 
     SettingsDialog *openDialog()
@@ -97,9 +90,6 @@ protected:
         settle();
         return window->settingsDialog();
     }
-
-    static Object::Ptr text(const char *s) { return insp()->createPrimitive(s); }
-    static Object::Ptr number(int n) { return insp()->createPrimitive(n); }
 
     DemoMainWindow *window = nullptr;
 };
