@@ -60,6 +60,17 @@ void ChainClass::initSuperClass()
         setSuperClass(superclass);
 }
 
+bool ChainClass::canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer, bool targetIsPointer) const
+{
+    return convertible && convertible(target, sourceIsPointer, targetIsPointer);
+}
+
+Vexil::Object::Ptr ChainClass::convertToInternal(Vexil::Object::Ptr object, const Vexil::Class *target,
+                                                 bool targetIsPointer) const
+{
+    return converter ? converter(object, target, targetIsPointer) : Vexil::Object::Ptr();
+}
+
 Vexil::Object::Ptr makeObject(void *data, const Vexil::Class *cls, unsigned int flags, int count)
 {
     return Vexil::Object::Ptr(new Vexil::Object(data, cls, Vexil::ObjectAttribute(flags, count)));

@@ -76,16 +76,22 @@ public:
 };
 
 /// A registered class (the Inspector owns it) in \p ns, the global namespace when null, whose superclass is
-/// \p super; counts how often the model asks for the superclass to be set up.
+/// \p super; counts how often the model asks for the superclass to be set up. Its own conversions are the
+/// test's hooks (none when unset).
 class ChainClass : public Vexil::Class
 {
 public:
     explicit ChainClass(const char *name, const Vexil::Class *super = nullptr, Vexil::Namespace *ns = nullptr);
     void initSuperClass() override;
+    bool canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer, bool targetIsPointer) const override;
+    Vexil::Object::Ptr convertToInternal(Vexil::Object::Ptr object, const Vexil::Class *target,
+                                         bool targetIsPointer) const override;
 
     const Vexil::Class *superclass;
     bool neverSetsUp = false; ///< leaves the superclass unset, as a broken wrapper would
     mutable int initSuperCalls = 0;
+    std::function<bool(const Vexil::Class *, bool, bool)> convertible;
+    std::function<Vexil::Object::Ptr(Vexil::Object::Ptr, const Vexil::Class *, bool)> converter;
 };
 
 /// An object of \p cls over \p data that does not own it.

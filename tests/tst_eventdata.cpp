@@ -36,10 +36,10 @@ struct PropDef {
 };
 
 // A registered class (the Inspector owns it) with read-function properties and optional conversion hooks.
-class TestClass : public Class
+class TestClass : public VexilTest::ChainClass
 {
 public:
-    explicit TestClass(const char *name) : Class(name, true) { }
+    using ChainClass::ChainClass;
 
     void setProperties(std::vector<PropDef> defs)
     {
@@ -54,18 +54,6 @@ public:
                                              QString::fromLatin1(def.name), def.flags, def.read, nullptr);
         return new Property(decl, this, index, true);
     }
-
-    bool canConvertToInternal(const Class *target, bool sourceIsPointer, bool targetIsPointer) const override
-    {
-        return canConvert && canConvert(target, sourceIsPointer, targetIsPointer);
-    }
-    Object::Ptr convertToInternal(Object::Ptr object, const Class *target, bool targetIsPointer) const override
-    {
-        return convert ? convert(object, target, targetIsPointer) : Object::Ptr();
-    }
-
-    std::function<bool(const Class *, bool, bool)> canConvert;
-    std::function<Object::Ptr(Object::Ptr, const Class *, bool)> convert;
 
 private:
     std::vector<PropDef> m_defs;
@@ -385,20 +373,20 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
     static int handleData = 7;
     static int labelData = 1;
     auto *handle = new TestClass("EvdHandle");
-    handle->canConvert = [](const Class *target, bool, bool targetIsPointer) {
+    handle->convertible = [](const Class *target, bool, bool targetIsPointer) {
         return (target == primitive(Inspector::Int) && !targetIsPointer)
             || (target == primitive(Inspector::Char) && targetIsPointer);
     };
-    handle->convert = [](Object::Ptr o, const Class *target, bool) {
+    handle->converter = [](Object::Ptr o, const Class *target, bool) {
         if (target == primitive(Inspector::Int))
             return insp()->createPrimitive(*static_cast<int *>(o->rawData()));
         return insp()->createPrimitive("handle");
     };
     auto *label = new TestClass("EvdLabel");
-    label->canConvert = [](const Class *target, bool, bool targetIsPointer) {
+    label->convertible = [](const Class *target, bool, bool targetIsPointer) {
         return target == primitive(Inspector::Char) && targetIsPointer;
     };
-    label->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
+    label->converter = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
 
     Object::Ptr h = wrapData(handle, &handleData);
     EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), primitive(Inspector::Int), nullptr, h);
@@ -435,10 +423,10 @@ const Class *s_evdText = nullptr;
 TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
 {
     auto *text = new TestClass("EvdText");
-    text->canConvert = [](const Class *target, bool, bool targetIsPointer) {
+    text->convertible = [](const Class *target, bool, bool targetIsPointer) {
         return target == primitive(Inspector::Char) && targetIsPointer;
     };
-    text->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("hello"); };
+    text->converter = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("hello"); };
     s_evdText = text;
     auto *point = new TestClass("EvdPoint");
     // Outlives the test: the class keeps the declarations that point at it.

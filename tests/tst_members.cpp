@@ -63,15 +63,6 @@ public:
     }
     Enum *createEnum(int i) const override { return enums.at(size_t(i)); }
 
-    bool canConvertToInternal(const Class *target, bool s, bool t) const override
-    {
-        return convertible && convertible(target, s, t);
-    }
-    Object::Ptr convertToInternal(Object::Ptr obj, const Class *target, bool t) const override
-    {
-        return converter ? converter(obj, target, t) : Object::Ptr();
-    }
-
     Object::Ptr invoke(int index, void *object, void **args, const Class *cls) const override
     {
         record(index, object, cls);
@@ -119,8 +110,6 @@ public:
     std::vector<const PropertyDeclaration *> declarations;
     std::vector<Enum *> enums;
     const Class *returnType = nullptr;
-    std::function<bool(const Class *, bool, bool)> convertible;
-    std::function<Object::Ptr(Object::Ptr, const Class *, bool)> converter;
     // Sees the raw arguments while converted ones are still alive.
     std::function<void(void **)> onInvoke;
     Object::Ptr result;
