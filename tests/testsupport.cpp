@@ -47,6 +47,8 @@ std::string StderrCapture::text() const
     return out;
 }
 
+int CountedObject::instances = 0;
+
 ChainClass::ChainClass(const char *name, const Vexil::Class *super, Vexil::Namespace *ns)
     : Vexil::Class(name, ns ? ns : Vexil::Inspector::self()->globalNamespace(), true)
     , superclass(super)

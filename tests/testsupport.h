@@ -94,6 +94,19 @@ public:
     std::function<Vexil::Object::Ptr(Vexil::Object::Ptr, const Vexil::Class *, bool)> converter;
 };
 
+/// An object that counts the live instances of its type, to show leaks and double deletes; over \p data, or
+/// over itself when none is given, so that no two compare the same.
+struct CountedObject : public Vexil::Object
+{
+    static int instances;
+    explicit CountedObject(const Vexil::Class *cls, void *data = nullptr)
+        : Vexil::Object(data ? data : this, cls, Vexil::ObjectAttribute())
+    {
+        ++instances;
+    }
+    ~CountedObject() override { --instances; }
+};
+
 /// An object of \p cls over \p data that does not own it.
 Vexil::Object::Ptr makeObject(void *data, const Vexil::Class *cls, unsigned int flags = 0, int count = 0);
 

@@ -6,17 +6,10 @@
 
 using namespace Vexil;
 using VexilTest::ChainClass;
+using VexilTest::CountedObject;
 using VexilTest::makeObject;
 
 namespace {
-
-struct CountedObject : public Object
-{
-    static int instances;
-    CountedObject(void *data, const Class *cls) : Object(data, cls, ObjectAttribute()) { ++instances; }
-    ~CountedObject() override { --instances; }
-};
-int CountedObject::instances = 0;
 
 int dummy[4];
 
@@ -71,7 +64,7 @@ TEST_F(EventHandlers, NullObjectsNeverMatchAndReceiversAreKeptAlive)
     EXPECT_TRUE(insp->eventHandler(nullObj, QStringLiteral("n")).isEmpty());
 
     CountedObject::instances = 0;
-    insp->installObjectEventHandler(Object::Ptr(new CountedObject(dummy, cls)), QStringLiteral("e"),
+    insp->installObjectEventHandler(Object::Ptr(new CountedObject(cls, dummy)), QStringLiteral("e"),
                                     QStringLiteral("h"));
     EXPECT_EQ(CountedObject::instances, 1);
     insp->clearEventHandlers();

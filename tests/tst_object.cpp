@@ -10,6 +10,7 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::CountedObject;
 using VexilTest::makeObject;
 
 namespace {
@@ -22,14 +23,6 @@ struct Counted : public Shared
     virtual ~Counted() { --instances; }
 };
 int Counted::instances = 0;
-
-struct CountedObject : public Object
-{
-    static int instances;
-    CountedObject(void *data) : Object(data, nullptr, ObjectAttribute()) { ++instances; }
-    ~CountedObject() override { --instances; }
-};
-int CountedObject::instances = 0;
 
 struct CountedAux : public ObjectAuxData
 {
@@ -197,7 +190,7 @@ TEST(ObjectList, CopyEraseAndClearAdjustCounts)
     {
         ObjectList list;
         for (int i = 0; i < 3; ++i)
-            list.push_back(Object::Ptr(new CountedObject(dummy + i)));
+            list.push_back(Object::Ptr(new CountedObject(nullptr, dummy + i)));
         Object *middle = list[1].get();
         Object *last = list[2].get();
         {
@@ -215,7 +208,7 @@ TEST(ObjectList, CopyEraseAndClearAdjustCounts)
         EXPECT_EQ(CountedObject::instances, 1);
         list.clear();
         EXPECT_EQ(CountedObject::instances, 0);
-        list.push_back(Object::Ptr(new CountedObject(dummy)));
+        list.push_back(Object::Ptr(new CountedObject(nullptr, dummy)));
     }
     EXPECT_EQ(CountedObject::instances, 0);
 }
