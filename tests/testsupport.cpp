@@ -103,11 +103,15 @@ Vexil::Object::Ptr callGlobal(const char *name, const Vexil::ObjectList &args)
     return insp()->globalClass()->methods(QString::fromLatin1(name)).invoke(Vexil::Object::Ptr(), args);
 }
 
-Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method, const Vexil::ObjectList &args)
+Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method, const Vexil::ObjectList &args,
+                              bool *found)
 {
-    if (!object)
+    if (!object) {
+        if (found)
+            *found = false;
         return Vexil::Object::Ptr();
-    return object->objectClass()->methods(QString::fromLatin1(method)).invoke(object, args);
+    }
+    return object->objectClass()->methods(QString::fromLatin1(method)).invoke(object, args, found);
 }
 
 } // namespace VexilTest

@@ -118,7 +118,7 @@ QByteArray streamBytes(const std::function<void(QDataStream &)> &write);
 Vexil::Object::Ptr readProperty(const Vexil::Object::Ptr &object, const char *property);
 bool writeProperty(const Vexil::Object::Ptr &object, const char *property, const Vexil::Object::Ptr &value);
 Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method,
-                              const Vexil::ObjectList &args = Vexil::ObjectList());
+                              const Vexil::ObjectList &args = Vexil::ObjectList(), bool *found = nullptr);
 
 } // namespace VexilTest
 

@@ -12,6 +12,8 @@
 
 using namespace Vexil;
 using VexilTest::insp;
+using VexilTest::callMethod;
+const auto get = VexilTest::readProperty;
 
 namespace {
 
@@ -25,25 +27,14 @@ const auto num = VexilTest::value<double>;
 const auto integer = VexilTest::value<int>;
 const auto text = VexilTest::value<const char *>;
 
-// A script call: the overload is chosen by argument count and conversion.
-Object::Ptr call(const Object::Ptr &builder, const char *name, const ObjectList &args = ObjectList())
-{
-    return gestureClass()->methods(QString::fromLatin1(name)).invoke(builder, args);
-}
-
 Object::Ptr newBuilder(const ObjectList &args = ObjectList())
 {
     return gestureClass()->construct(args);
 }
 
-Object::Ptr get(const Object::Ptr &builder, const char *property)
-{
-    return gestureClass()->property(QString::fromLatin1(property))->get(builder);
-}
-
 std::string xmlOf(const Object::Ptr &builder)
 {
-    const Object::Ptr xml = call(builder, "toXml");
+    const Object::Ptr xml = callMethod(builder, "toXml");
     return xml ? xml->toString().toStdString() : std::string("<no xml>");
 }
 
@@ -67,7 +58,7 @@ void expectRefused(const Object::Ptr &builder, const char *name, const ObjectLis
     const std::string before = xmlOf(builder);
     const size_t strokes = model(builder).strokes().size();
     insp()->lastError();
-    EXPECT_FALSE(call(builder, name, args));
+    EXPECT_FALSE(callMethod(builder, name, args));
     EXPECT_EQ(insp()->lastError(), QString::fromLatin1(message));
     EXPECT_EQ(model(builder).strokes().size(), strokes);
     EXPECT_EQ(xmlOf(builder), before);
@@ -196,10 +187,10 @@ TEST(GestureBuilderClass, StrokeTimesAndChaining)
     expectRefused(b, "addStroke", {integer(5), num(10), num(10)}, "Time must be 0 for first stroke");
     expectRefused(b, "addStroke", {integer(-1), num(10), num(10)}, "Time must be 0 or above");
 
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(10), num(10)}), b);
-    EXPECT_EQ(call(b, "addStroke", {integer(5), num(20), num(20)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(10), num(10)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(5), num(20), num(20)}), b);
     expectRefused(b, "addStroke", {integer(-1), num(10), num(10)}, "Time must be 0 or above");
-    EXPECT_EQ(call(b, "addStroke", {num(30), num(40)}), b);  // the two-argument form starts at 0
+    EXPECT_EQ(callMethod(b, "addStroke", {num(30), num(40)}), b);  // the two-argument form starts at 0
 
     const std::vector<TouchBuilder::Stroke> &strokes = model(b).strokes();
     ASSERT_EQ(strokes.size(), 3u);
@@ -211,8 +202,8 @@ TEST(GestureBuilderClass, StrokeTimesAndChaining)
 
     // A whole gesture in one chained expression.
     Object::Ptr c = newBuilder();
-    Object::Ptr r = call(c, "addStroke", {num(0), num(0)});
-    r = call(call(r, "lineTo", {integer(50), num(10), num(0)}), "build");
+    Object::Ptr r = callMethod(c, "addStroke", {num(0), num(0)});
+    r = callMethod(callMethod(r, "lineTo", {integer(50), num(10), num(0)}), "build");
     EXPECT_EQ(r, c);
 }
 
@@ -230,9 +221,9 @@ TEST(GestureBuilderClass, PressureAndSizeBounds)
     expectRefused(b, "addStroke", {integer(3), num(1), num(1), num(2.0), num(2.0)},
                   "Time must be 0 for first stroke");
 
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(1), num(1), num(0.5)}), b);
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(1), num(1), num(0.0001), num(0.9999)}), b);
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(1), num(1), num(0.25), num(0.75)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.5)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.0001), num(0.9999)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.25), num(0.75)}), b);
     const std::vector<TouchBuilder::Stroke> &strokes = model(b).strokes();
     ASSERT_EQ(strokes.size(), 3u);
     EXPECT_EQ(strokes[0].pressure, 0.5f);
@@ -250,10 +241,11 @@ TEST(GestureBuilderClass, LinesAndCurvesNeedAStroke)
     expectRefused(b, "curveTo", {integer(100), num(1), num(1), num(2), num(2), num(3), num(3)},
                   "addStroke must be called before curveTo");
 
-    ASSERT_EQ(call(b, "addStroke", {integer(0), num(0), num(0)}), b);
-    EXPECT_EQ(call(b, "lineTo", {integer(100), num(100), num(0)}), b);
-    EXPECT_EQ(call(b, "curveTo", {integer(50), num(100), num(50), num(50), num(50)}), b);
-    EXPECT_EQ(call(b, "curveTo", {integer(50), num(0), num(50), num(0), num(100), num(50), num(100)}), b);
+    ASSERT_EQ(callMethod(b, "addStroke", {integer(0), num(0), num(0)}), b);
+    EXPECT_EQ(callMethod(b, "lineTo", {integer(100), num(100), num(0)}), b);
+    EXPECT_EQ(callMethod(b, "curveTo", {integer(50), num(100), num(50), num(50), num(50)}), b);
+    EXPECT_EQ(callMethod(b, "curveTo", {integer(50), num(0), num(50), num(0), num(100), num(50), num(100)}),
+              b);
     ASSERT_EQ(model(b).strokes().size(), 1u);
     const TouchBuilder::Stroke &s = model(b).strokes()[0];
     ASSERT_EQ(s.movements.size(), 3u);
@@ -264,13 +256,13 @@ TEST(GestureBuilderClass, LinesAndCurvesNeedAStroke)
 TEST(GestureBuilderClass, BuildSamplesEveryTwentyFiveMilliseconds)
 {
     Object::Ptr b = newBuilder({num(100), num(100), integer(0)});
-    call(b, "addStroke", {integer(0), num(0), num(0)});
-    call(b, "lineTo", {integer(100), num(100), num(50)});
-    ASSERT_EQ(call(b, "build"), b) << insp()->lastError().toStdString();
+    callMethod(b, "addStroke", {integer(0), num(0), num(0)});
+    callMethod(b, "lineTo", {integer(100), num(100), num(50)});
+    ASSERT_EQ(callMethod(b, "build"), b) << insp()->lastError().toStdString();
     EXPECT_EQ(timestamps(b), (std::vector<int>{0, 25, 50, 75, 100}));
 
     // A stroke without a movement: the model's text is the message, and the samples stay.
-    call(b, "addStroke", {integer(10), num(5), num(5)});
+    callMethod(b, "addStroke", {integer(10), num(5), num(5)});
     expectRefused(b, "build", {}, "Stroke added without a movement");
     EXPECT_EQ(timestamps(b), (std::vector<int>{0, 25, 50, 75, 100}));
 }
@@ -285,13 +277,13 @@ TEST(GestureBuilderClass, XmlInAndOut)
     EXPECT_TRUE(insp()->lastError().startsWith("Error in XML data "));
 
     Object::Ptr b = newBuilder();
-    const Object::Ptr xml = call(b, "toXml");
+    const Object::Ptr xml = callMethod(b, "toXml");
     ASSERT_TRUE(xml);
     EXPECT_EQ(xml->objectClass(), insp()->type(Inspector::Char));
     EXPECT_EQ(xml->toString().toStdString(), model(b).toXml());
-    EXPECT_EQ(call(b, "fromXml", {text(kOnePointXml)}), b);
+    EXPECT_EQ(callMethod(b, "fromXml", {text(kOnePointXml)}), b);
     EXPECT_EQ(get(b, "unit")->toInteger(), 0);
-    EXPECT_FALSE(call(b, "fromXml", {text("<gestures><multi-point")}));
+    EXPECT_FALSE(callMethod(b, "fromXml", {text("<gestures><multi-point")}));
     EXPECT_TRUE(insp()->lastError().startsWith("Error in XML data "));
     EXPECT_EQ(xmlOf(b), kOnePointXml);
 }
@@ -313,16 +305,16 @@ TEST(GestureBuilderClass, TransformsReachTheModel)
     };
     for (const auto &step : steps) {
         SCOPED_TRACE(testing::Message() << step.method << " to " << step.x << ", " << step.y);
-        EXPECT_EQ(call(b, step.method, step.args), b);
+        EXPECT_EQ(callMethod(b, step.method, step.args), b);
         EXPECT_NEAR(p.x, step.x, 1e-4);
         EXPECT_NEAR(p.y, step.y, 1e-4);
     }
 
-    EXPECT_EQ(call(b, "accelerate", {num(2)}), b);
+    EXPECT_EQ(callMethod(b, "accelerate", {num(2)}), b);
     EXPECT_EQ(model(b).gestures()[0].speed, 0.5f);
 
     insp()->lastError();
-    EXPECT_FALSE(call(b, "scale", {num(1), num(2), num(3)}));
+    EXPECT_FALSE(callMethod(b, "scale", {num(1), num(2), num(3)}));
     EXPECT_EQ(insp()->lastError(), "Found no matching overload");
 }
 

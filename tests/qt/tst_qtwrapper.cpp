@@ -43,6 +43,7 @@ const auto set = VexilTest::writeProperty;
 const auto text = VexilTest::value<const char *>;
 const auto number = VexilTest::value<int>;
 using VexilTest::callGlobal;
+using VexilTest::callMethod;
 
 void settle()
 {
@@ -77,12 +78,6 @@ protected:
     }
 
     Object::Ptr find(const QString &name) { return insp()->findObject(name); }
-
-    static Object::Ptr call(const Object::Ptr &object, const char *method, const ObjectList &args = ObjectList(),
-                            bool *found = nullptr)
-    {
-        return object->objectClass()->methods(QLatin1String(method)).invoke(object, args, found);
-    }
 
     SettingsDialog *openDialog()
     {
@@ -526,34 +521,34 @@ TEST_F(QtMembers, SlotsCalledThroughTheModelRun)
 {
     widget<QLineEdit>("nameEdit")->setText(QStringLiteral("Ada"));
     bool found = false;
-    call(find(QStringLiteral("{type='QPushButton' text='OK'}")), "click", ObjectList(), &found);
+    callMethod(find(QStringLiteral("{type='QPushButton' text='OK'}")), "click", ObjectList(), &found);
     EXPECT_TRUE(found);
     EXPECT_EQ(window->submitCount(), 1);
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("Submitted: Ada"));
 
     Object::Ptr main = QtWrapper::wrapQObject(window);
-    EXPECT_EQ(call(main, "greeting", { text("Grace") })->toString(), QStringLiteral("Hello, Grace!"));
-    EXPECT_EQ(call(main, "greeting", { number(5) })->toString(), QStringLiteral("Hello, 5!"));
-    EXPECT_EQ(call(main, "addItem", { text("Plums") }), insp()->voidObject());
-    EXPECT_EQ(call(main, "itemCount")->toInteger(), 3);
-    call(main, "setStatus", { text("Busy"), insp()->createPrimitive(true) });
+    EXPECT_EQ(callMethod(main, "greeting", { text("Grace") })->toString(), QStringLiteral("Hello, Grace!"));
+    EXPECT_EQ(callMethod(main, "greeting", { number(5) })->toString(), QStringLiteral("Hello, 5!"));
+    EXPECT_EQ(callMethod(main, "addItem", { text("Plums") }), insp()->voidObject());
+    EXPECT_EQ(callMethod(main, "itemCount")->toInteger(), 3);
+    callMethod(main, "setStatus", { text("Busy"), insp()->createPrimitive(true) });
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("** Busy **"));
-    call(main, "setStatus", { text("Calm") });
+    callMethod(main, "setStatus", { text("Calm") });
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("Calm"));
-    const ScreenPoint p = unwrapScreenPoint(call(main, "offsetBy", { wrapScreenPoint(ScreenPoint(1, 2)), number(3),
-                                                                      number(4) }));
+    const ScreenPoint p =
+        unwrapScreenPoint(callMethod(main, "offsetBy", { wrapScreenPoint(ScreenPoint(1, 2)), number(3), number(4) }));
     EXPECT_EQ(p.x, 4);
     EXPECT_EQ(p.y, 6);
-    const ScreenRectangle r = unwrapScreenRectangle(call(main, "formGeometry"));
+    const ScreenRectangle r = unwrapScreenRectangle(callMethod(main, "formGeometry"));
     EXPECT_EQ(QRect(r.x, r.y, r.width, r.height), widget<QGroupBox>("form")->geometry());
 
     // A menu action is triggered like any slot.
-    call(find(QStringLiteral("{type='QAction' text='&Settings...'}")), "trigger");
+    callMethod(find(QStringLiteral("{type='QAction' text='&Settings...'}")), "trigger");
     settle();
     ASSERT_NE(window->settingsDialog(), nullptr);
     EXPECT_TRUE(window->settingsDialog()->isVisible());
 
-    EXPECT_EQ(call(main, "greeting"), nullptr);
+    EXPECT_EQ(callMethod(main, "greeting"), nullptr);
     EXPECT_EQ(insp()->lastError(), QStringLiteral("Found no matching overload"));
     const Method *greeting = main->objectClass()->methods(QStringLiteral("greeting"))[0];
     {
