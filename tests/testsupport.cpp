@@ -103,8 +103,8 @@ Vexil::Object::Ptr callGlobal(const char *name, const Vexil::ObjectList &args)
     return insp()->globalClass()->methods(QString::fromLatin1(name)).invoke(Vexil::Object::Ptr(), args);
 }
 
-Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method, const Vexil::ObjectList &args,
-                              bool *found)
+Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method,
+                              const Vexil::ObjectList &args, bool *found)
 {
     if (!object) {
         if (found)
