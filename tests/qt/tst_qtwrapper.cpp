@@ -535,7 +535,8 @@ TEST_F(QtMembers, SlotsCalledThroughTheModelRun)
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("** Busy **"));
     callMethod(main, "setStatus", { text("Calm") });
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("Calm"));
-    const Object::Ptr moved = callMethod(main, "offsetBy", { wrapScreenPoint(ScreenPoint(1, 2)), number(3), number(4) });
+    const Object::Ptr moved =
+        callMethod(main, "offsetBy", { wrapScreenPoint(ScreenPoint(1, 2)), number(3), number(4) });
     const ScreenPoint p = unwrapScreenPoint(moved);
     EXPECT_EQ(p.x, 4);
     EXPECT_EQ(p.y, 6);
