@@ -1,4 +1,4 @@
-// testsupport.cpp: stderr capture, stream bytes and member access by name for the tests.
+// testsupport.cpp: stderr capture, the chain class, stream bytes and member access by name for the tests.
 #include "testsupport.h"
 
 #include <inspector.h>
@@ -47,6 +47,37 @@ std::string StderrCapture::text() const
     return out;
 }
 
+int CountedObject::instances = 0;
+
+ChainClass::ChainClass(const char *name, const Vexil::Class *super, Vexil::Namespace *ns)
+    : Vexil::Class(name, ns ? ns : Vexil::Inspector::self()->globalNamespace(), true)
+    , superclass(super)
+{
+}
+
+void ChainClass::initSuperClass()
+{
+    ++initSuperCalls;
+    if (!neverSetsUp)
+        setSuperClass(superclass);
+}
+
+bool ChainClass::canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer, bool targetIsPointer) const
+{
+    return convertible && convertible(target, sourceIsPointer, targetIsPointer);
+}
+
+Vexil::Object::Ptr ChainClass::convertToInternal(Vexil::Object::Ptr object, const Vexil::Class *target,
+                                                 bool targetIsPointer) const
+{
+    return converter ? converter(object, target, targetIsPointer) : Vexil::Object::Ptr();
+}
+
+Vexil::Object::Ptr makeObject(void *data, const Vexil::Class *cls, unsigned int flags, int count)
+{
+    return Vexil::Object::Ptr(new Vexil::Object(data, cls, Vexil::ObjectAttribute(flags, count)));
+}
+
 QByteArray streamBytes(const std::function<void(QDataStream &)> &write)
 {
     QByteArray bytes;
@@ -67,11 +98,20 @@ bool writeProperty(const Vexil::Object::Ptr &object, const char *property, const
     return p && p->set(object, value);
 }
 
-Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method, const Vexil::ObjectList &args)
+Vexil::Object::Ptr callGlobal(const char *name, const Vexil::ObjectList &args)
 {
-    if (!object)
+    return insp()->globalClass()->methods(QString::fromLatin1(name)).invoke(Vexil::Object::Ptr(), args);
+}
+
+Vexil::Object::Ptr callMethod(const Vexil::Object::Ptr &object, const char *method,
+                              const Vexil::ObjectList &args, bool *found)
+{
+    if (!object) {
+        if (found)
+            *found = false;
         return Vexil::Object::Ptr();
-    return object->objectClass()->methods(QString::fromLatin1(method)).invoke(object, args);
+    }
+    return object->objectClass()->methods(QString::fromLatin1(method)).invoke(object, args, found);
 }
 
 } // namespace VexilTest

@@ -13,7 +13,8 @@ namespace {
 
 typedef std::vector<Object::Ptr> Elements;
 
-Inspector *insp() { return Inspector::self(); }
+using VexilTest::CountedObject;
+using VexilTest::insp;
 // The helpers never create the Inspector themselves.
 const Class *arrayClass() { return insp() ? ArrayClass::registeredClass() : nullptr; }
 Object::Ptr integer(long long v) { return insp()->createPrimitive(v); }
@@ -28,15 +29,6 @@ long long lengthOf(const Object::Ptr &array)
     const Object::Ptr length = VexilTest::readProperty(array, "length");
     return length ? length->toInt64() : -1;
 }
-
-// Counts live instances, to see when an array lets its elements go.
-int s_liveProbes = 0;
-
-struct Probe : Object
-{
-    explicit Probe(const Class *cls) : Object(this, cls, ObjectAttribute()) { ++s_liveProbes; }
-    ~Probe() override { --s_liveProbes; }
-};
 
 // Answers "length" and "at" like an array without being one: the remote helpers may use only those.
 struct FakeRemoteArrayClass : Class
@@ -143,14 +135,14 @@ TEST(ArrayClass, BadIndexesAndCallsGiveNull)
 TEST(ArrayClass, ElementsLiveAsLongAsAnArrayHoldsThem)
 {
     static const Class *probeClass = new Class("ArrayTestProbe", true);
-    s_liveProbes = 0;
+    CountedObject::instances = 0;
     Object::Ptr array = arrayClass()->construct(ObjectList());
-    VexilTest::callMethod(array, "push", { Object::Ptr(new Probe(probeClass)) });
+    VexilTest::callMethod(array, "push", { Object::Ptr(new CountedObject(probeClass)) });
     Object::Ptr copy = ArrayClass::wrapObject(ArrayClass::unwrapObject(array));
     array = Object::Ptr();
-    EXPECT_EQ(s_liveProbes, 1);
+    EXPECT_EQ(CountedObject::instances, 1);
     copy = Object::Ptr();
-    EXPECT_EQ(s_liveProbes, 0);
+    EXPECT_EQ(CountedObject::instances, 0);
 }
 
 TEST(ArrayClass, NativeAndRemoteHelpers)

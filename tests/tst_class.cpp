@@ -8,28 +8,23 @@
 #include <vector>
 
 using namespace Vexil;
+using PlainClass = VexilTest::ChainClass;
 
 namespace {
 
 // A class with declared member counts that records every factory call and makes real descriptors.
-class MemberClass : public Class
+class MemberClass : public PlainClass
 {
 public:
     MemberClass(const char *name, const Class *super, int methods, int enums = -1, int events = -1,
-                int properties = -1, int constructors = -1, Namespace *ns = nullptr)
-        : Class(name, ns ? ns : Inspector::self()->globalNamespace(), true)
-        , m_super(super)
+                int properties = -1, int constructors = -1)
+        : PlainClass(name, super)
     {
         setNumMethods(methods);
         setNumEnums(enums);
         setNumEvents(events);
         setNumProperties(properties);
         setNumConstructors(constructors);
-    }
-    void initSuperClass() override
-    {
-        ++initSuperCalls;
-        setSuperClass(m_super);
     }
     Method *createMethod(int index) const override
     {
@@ -58,22 +53,8 @@ public:
         return constructorCalls.push_back(index), new Constructor(this, Signature(), index);
     }
 
-    const Class *m_super;
     bool nullMethods = false;
-    mutable int initSuperCalls = 0;
     mutable std::vector<int> methodCalls, enumCalls, eventCalls, propertyCalls, constructorCalls;
-};
-
-class PlainClass : public Class
-{
-public:
-    PlainClass(const char *name, const Class *super = nullptr, Namespace *ns = nullptr)
-        : Class(name, ns ? ns : Inspector::self()->globalNamespace(), true)
-        , m_super(super)
-    {
-    }
-    void initSuperClass() override { setSuperClass(m_super); }
-    const Class *m_super;
 };
 
 // A wrapper class written the way wrapper authors are told to: a non-const initSuperClass() naming the base.

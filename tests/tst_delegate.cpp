@@ -11,23 +11,9 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::ChainClass;
 
 namespace {
-
-class ChainClass : public Class
-{
-public:
-    ChainClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() override
-    {
-        ++initSuperCalls;
-        if (!neverSetsUp)
-            setSuperClass(m_super);
-    }
-    const Class *m_super;
-    bool neverSetsUp = false;
-    mutable int initSuperCalls = 0;
-};
 
 class CountedDelegate : public SerializeDelegate
 {
@@ -109,13 +95,12 @@ void withOwnFactory(Body body)
 
 TEST(DelegateFactory, TypesKeysAndOwnership)
 {
-    const int types[] = {Delegate::Hierarchy, Delegate::StaticProperty, Delegate::Serialize, Delegate::Conversion,
-                         Delegate::Comparison, Delegate::Cast, Delegate::WindowInteraction};
-    EXPECT_EQ(std::vector<int>(std::begin(types), std::end(types)), (std::vector<int>{0, 1, 3, 4, 5, 6, 10}));
-    const int flags[] = {ConversionDelegate::ConvertString, ConversionDelegate::ConvertInteger,
-                         ConversionDelegate::ConvertDouble, ConversionDelegate::ConvertBoolean,
-                         ConversionDelegate::ConvertInt64};
-    EXPECT_EQ(std::vector<int>(std::begin(flags), std::end(flags)), (std::vector<int>{1, 2, 4, 8, 16}));
+    static_assert(Delegate::Hierarchy == 0 && Delegate::StaticProperty == 1 && Delegate::Serialize == 3
+                  && Delegate::Conversion == 4 && Delegate::Comparison == 5 && Delegate::Cast == 6
+                  && Delegate::WindowInteraction == 10, "wrappers store these numbers");
+    static_assert(ConversionDelegate::ConvertString == 1 && ConversionDelegate::ConvertInteger == 2
+                  && ConversionDelegate::ConvertDouble == 4 && ConversionDelegate::ConvertBoolean == 8
+                  && ConversionDelegate::ConvertInt64 == 16, "wrappers store these bits");
 
     ChainClass *twiceClass = new ChainClass("DlgTest_Twice");
     DelegateFactory *global = DelegateFactory::self();

@@ -16,6 +16,7 @@
 
 using namespace Vexil;
 using VexilTest::insp;
+using VexilTest::primitive;
 
 namespace {
 
@@ -26,11 +27,6 @@ const bool s_zoneSet = [] {
     return true;
 }();
 
-const Class *prim(Inspector::PrimitiveTypes t)
-{
-    return insp()->type(t);
-}
-
 struct PropDef {
     const char *name;
     const Class *type;
@@ -40,10 +36,10 @@ struct PropDef {
 };
 
 // A registered class (the Inspector owns it) with read-function properties and optional conversion hooks.
-class TestClass : public Class
+class TestClass : public VexilTest::ChainClass
 {
 public:
-    explicit TestClass(const char *name) : Class(name, true) { }
+    using ChainClass::ChainClass;
 
     void setProperties(std::vector<PropDef> defs)
     {
@@ -58,18 +54,6 @@ public:
                                              QString::fromLatin1(def.name), def.flags, def.read, nullptr);
         return new Property(decl, this, index, true);
     }
-
-    bool canConvertToInternal(const Class *target, bool sourceIsPointer, bool targetIsPointer) const override
-    {
-        return canConvert && canConvert(target, sourceIsPointer, targetIsPointer);
-    }
-    Object::Ptr convertToInternal(Object::Ptr object, const Class *target, bool targetIsPointer) const override
-    {
-        return convert ? convert(object, target, targetIsPointer) : Object::Ptr();
-    }
-
-    std::function<bool(const Class *, bool, bool)> canConvert;
-    std::function<Object::Ptr(Object::Ptr, const Class *, bool)> convert;
 
 private:
     std::vector<PropDef> m_defs;
@@ -233,9 +217,9 @@ TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
     Enum button(widget, QStringLiteral("Button"));
     button.addItem(QStringLiteral("Left"), 1);
     button.addItem(QStringLiteral("Right"), 2);
-    const Argument none(prim(Inspector::Void));
-    const Signature sig(Argument(QStringLiteral("button"), prim(Inspector::Int), 0, 0, &button),
-                        Argument(QStringLiteral("times"), prim(Inspector::Int)));
+    const Argument none(primitive(Inspector::Void));
+    const Signature sig(Argument(QStringLiteral("button"), primitive(Inspector::Int), 0, 0, &button),
+                        Argument(QStringLiteral("times"), primitive(Inspector::Int)));
     Method click(widget, none, QStringLiteral("click"), sig, false, 0);
     const ObjectList args{insp()->createPrimitive(2), insp()->createPrimitive(5), insp()->createPrimitive(9)};
 
@@ -299,7 +283,7 @@ TEST(EventData, DebugTextsAndDump)
 
 TEST(EventDataArg, PrimitiveValuesBecomeText)
 {
-    EventDataArg arg(QStringLiteral("p"), prim(Inspector::Double));
+    EventDataArg arg(QStringLiteral("p"), primitive(Inspector::Double));
     EXPECT_EQ(arg.classId, 5);
     EXPECT_EQ(arg.kind, 0);
     FVector<EventDataArg> subs(2);
@@ -327,7 +311,7 @@ TEST(EventDataArg, PrimitiveValuesBecomeText)
     EXPECT_EQ(notInt.kind, 0);
     EXPECT_EQ(notInt.value, QStringLiteral("1"));
 
-    EventDataArg missing = EventData::createArgument(QStringLiteral("m"), prim(Inspector::Int), nullptr,
+    EventDataArg missing = EventData::createArgument(QStringLiteral("m"), primitive(Inspector::Int), nullptr,
                                                      Object::Ptr());
     EXPECT_EQ(missing.kind, 0);
     EXPECT_EQ(missing.classId, 1);
@@ -351,7 +335,7 @@ TEST(EventDataArg, EnumerationKeys)
         {-1, {}},
     };
     for (const Row &row : rows) {
-        EventDataArg arg = EventData::createArgument(QStringLiteral("f"), prim(Inspector::Int), &flags,
+        EventDataArg arg = EventData::createArgument(QStringLiteral("f"), primitive(Inspector::Int), &flags,
                                                      insp()->createPrimitive(row.n));
         EXPECT_EQ(arg.kind, 2) << row.n;
         EXPECT_EQ(arg.enumName, QStringLiteral("Flags")) << row.n;
@@ -389,32 +373,32 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
     static int handleData = 7;
     static int labelData = 1;
     auto *handle = new TestClass("EvdHandle");
-    handle->canConvert = [](const Class *target, bool, bool targetIsPointer) {
-        return (target == prim(Inspector::Int) && !targetIsPointer)
-            || (target == prim(Inspector::Char) && targetIsPointer);
+    handle->convertible = [](const Class *target, bool, bool targetIsPointer) {
+        return (target == primitive(Inspector::Int) && !targetIsPointer)
+            || (target == primitive(Inspector::Char) && targetIsPointer);
     };
-    handle->convert = [](Object::Ptr o, const Class *target, bool) {
-        if (target == prim(Inspector::Int))
+    handle->converter = [](Object::Ptr o, const Class *target, bool) {
+        if (target == primitive(Inspector::Int))
             return insp()->createPrimitive(*static_cast<int *>(o->rawData()));
         return insp()->createPrimitive("handle");
     };
     auto *label = new TestClass("EvdLabel");
-    label->canConvert = [](const Class *target, bool, bool targetIsPointer) {
-        return target == prim(Inspector::Char) && targetIsPointer;
+    label->convertible = [](const Class *target, bool, bool targetIsPointer) {
+        return target == primitive(Inspector::Char) && targetIsPointer;
     };
-    label->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
+    label->converter = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
 
     Object::Ptr h = wrapData(handle, &handleData);
-    EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), prim(Inspector::Int), nullptr, h);
+    EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), primitive(Inspector::Int), nullptr, h);
     EXPECT_EQ(asInt.kind, 0);
     EXPECT_EQ(asInt.value, QStringLiteral("7"));
     EXPECT_EQ(asInt.typeId, 1);
     EXPECT_EQ(asInt.classId, handle->classId());
     // Both conversions reach a text parameter; the integer one comes first.
-    EXPECT_EQ(EventData::createArgument(QString(), prim(Inspector::Char), nullptr, h).typeId, 1);
+    EXPECT_EQ(EventData::createArgument(QString(), primitive(Inspector::Char), nullptr, h).typeId, 1);
 
     Object::Ptr l = wrapData(label, &labelData);
-    EventDataArg asText = EventData::createArgument(QStringLiteral("l"), prim(Inspector::Char), nullptr, l);
+    EventDataArg asText = EventData::createArgument(QStringLiteral("l"), primitive(Inspector::Char), nullptr, l);
     EXPECT_EQ(asText.kind, 0);
     EXPECT_EQ(asText.value, QStringLiteral("label text"));
     EXPECT_EQ(asText.typeId, 4);
@@ -439,10 +423,10 @@ const Class *s_evdText = nullptr;
 TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
 {
     auto *text = new TestClass("EvdText");
-    text->canConvert = [](const Class *target, bool, bool targetIsPointer) {
-        return target == prim(Inspector::Char) && targetIsPointer;
+    text->convertible = [](const Class *target, bool, bool targetIsPointer) {
+        return target == primitive(Inspector::Char) && targetIsPointer;
     };
-    text->convert = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("hello"); };
+    text->converter = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("hello"); };
     s_evdText = text;
     auto *point = new TestClass("EvdPoint");
     // Outlives the test: the class keeps the declarations that point at it.
@@ -451,16 +435,16 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
     mode->addItem(QStringLiteral("Slow"), 2);
     const unsigned int r = PropertyDeclaration::Readable;
     point->setProperties({
-        {"x", prim(Inspector::Int), nullptr,
+        {"x", primitive(Inspector::Int), nullptr,
          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->x); }, r},
-        {"y", prim(Inspector::Double), nullptr,
+        {"y", primitive(Inspector::Double), nullptr,
          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->y); }, r},
-        {"mode", prim(Inspector::Int), mode,
+        {"mode", primitive(Inspector::Int), mode,
          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->mode); }, r},
-        {"caption", prim(Inspector::Char), nullptr,
+        {"caption", primitive(Inspector::Char), nullptr,
          [](Object::Ptr) { return wrapData(s_evdText, &s_labelStorage); }, r},
         {"inner", point, nullptr, [](Object::Ptr) { return Object::Ptr(); }, r},
-        {"secret", prim(Inspector::Int), nullptr, [](Object::Ptr) { return insp()->createPrimitive(99); }, 0},
+        {"secret", primitive(Inspector::Int), nullptr, [](Object::Ptr) { return insp()->createPrimitive(99); }, 0},
     });
 
     PointData data{3, 2.5, 2};
@@ -691,7 +675,7 @@ TEST(EventDataBadStream, EveryTruncationFailsAndLeavesBlanks)
     }
     const QByteArray arg = bytesOf(VexilTest::fullEventRecord().arguments[1]);
     for (int cut = 0; cut < arg.size(); ++cut) {
-        EventDataArg a(QStringLiteral("stale"), prim(Inspector::Int));
+        EventDataArg a(QStringLiteral("stale"), primitive(Inspector::Int));
         QDataStream in(arg.left(cut));
         a.readObject(in);
         EXPECT_EQ(in.status(), QDataStream::ReadPastEnd) << "cut at " << cut;

@@ -5,31 +5,13 @@
 #include "object.h"
 
 using namespace Vexil;
+using VexilTest::ChainClass;
+using VexilTest::CountedObject;
+using VexilTest::makeObject;
 
 namespace {
 
-class ChainClass : public Class
-{
-public:
-    ChainClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() override { setSuperClass(m_super); }
-    const Class *m_super;
-};
-
-struct CountedObject : public Object
-{
-    static int instances;
-    CountedObject(void *data, const Class *cls) : Object(data, cls, ObjectAttribute()) { ++instances; }
-    ~CountedObject() override { --instances; }
-};
-int CountedObject::instances = 0;
-
 int dummy[4];
-
-Object::Ptr make(void *data, const Class *cls)
-{
-    return Object::Ptr(new Object(data, cls, ObjectAttribute()));
-}
 
 class EventHandlers : public ::testing::Test
 {
@@ -44,14 +26,14 @@ TEST_F(EventHandlers, ObjectHandlersMatchTheSameObjectAndUninstallEveryDuplicate
 {
     Inspector *insp = Inspector::self();
     ChainClass *cls = new ChainClass("EhTest_Obj");
-    Object::Ptr a = make(dummy, cls);
+    Object::Ptr a = makeObject(dummy, cls);
     const QString e = QStringLiteral("clicked");
     EXPECT_TRUE(insp->installObjectEventHandler(a, e, QStringLiteral("h")));
     EXPECT_TRUE(insp->installObjectEventHandler(a, e, QStringLiteral("h")));
     EXPECT_TRUE(insp->installObjectEventHandler(a, e, QStringLiteral("other")));
     EXPECT_EQ(insp->eventHandler(a, e), QStringLiteral("h"));     // first wins
-    EXPECT_EQ(insp->eventHandler(make(dummy, cls), e), QStringLiteral("h"));     // same object, other handle
-    EXPECT_TRUE(insp->eventHandler(make(dummy + 1, cls), e).isEmpty());
+    EXPECT_EQ(insp->eventHandler(makeObject(dummy, cls), e), QStringLiteral("h"));     // same object, other handle
+    EXPECT_TRUE(insp->eventHandler(makeObject(dummy + 1, cls), e).isEmpty());
     EXPECT_TRUE(insp->eventHandler(a, QStringLiteral("Clicked")).isEmpty());
     EXPECT_TRUE(insp->eventHandler(Object::Ptr(), e).isEmpty());
     EXPECT_TRUE(insp->hasEventHandlerFor(e));
@@ -69,20 +51,20 @@ TEST_F(EventHandlers, NullObjectsNeverMatchAndReceiversAreKeptAlive)
 {
     Inspector *insp = Inspector::self();
     ChainClass *cls = new ChainClass("EhTest_Null");
-    Object::Ptr a = make(dummy, cls);
+    Object::Ptr a = makeObject(dummy, cls);
     insp->installObjectEventHandler(a, QStringLiteral("e"), QStringLiteral("h"));
-    Object::Ptr probe = make(dummy, cls);
+    Object::Ptr probe = makeObject(dummy, cls);
     EXPECT_EQ(insp->eventHandler(probe, QStringLiteral("e")), QStringLiteral("h"));
     probe->invalidate();
     EXPECT_TRUE(insp->eventHandler(probe, QStringLiteral("e")).isEmpty());
     a->invalidate();     // the registration's own receiver has gone
-    EXPECT_TRUE(insp->eventHandler(make(dummy, cls), QStringLiteral("e")).isEmpty());
-    Object::Ptr nullObj = make(nullptr, cls);
+    EXPECT_TRUE(insp->eventHandler(makeObject(dummy, cls), QStringLiteral("e")).isEmpty());
+    Object::Ptr nullObj = makeObject(nullptr, cls);
     insp->installObjectEventHandler(nullObj, QStringLiteral("n"), QStringLiteral("h"));
     EXPECT_TRUE(insp->eventHandler(nullObj, QStringLiteral("n")).isEmpty());
 
     CountedObject::instances = 0;
-    insp->installObjectEventHandler(Object::Ptr(new CountedObject(dummy, cls)), QStringLiteral("e"),
+    insp->installObjectEventHandler(Object::Ptr(new CountedObject(cls, dummy)), QStringLiteral("e"),
                                     QStringLiteral("h"));
     EXPECT_EQ(CountedObject::instances, 1);
     insp->clearEventHandlers();
@@ -127,7 +109,7 @@ TEST_F(EventHandlers, GlobalHandlersAndTheNameMap)
 {
     Inspector *insp = Inspector::self();
     ChainClass *cls = new ChainClass("EhTest_Global");
-    Object::Ptr a = make(dummy, cls);
+    Object::Ptr a = makeObject(dummy, cls);
     const QString g = QStringLiteral("g");
     EXPECT_FALSE(insp->hasEventHandlerFor(g));
     insp->installGlobalEventHandler(g, QStringLiteral("first"));
@@ -158,7 +140,7 @@ TEST_F(EventHandlers, GlobalHandlersAndTheNameMap)
 TEST(EventAndReceiver, MatchesByKind)
 {
     ChainClass *cls = new ChainClass("EhTest_Matches");
-    Object::Ptr a = make(dummy, cls);
+    Object::Ptr a = makeObject(dummy, cls);
     const QString e = QStringLiteral("e");
     const EventAndReceiver classReg(EventAndReceiver::ClassHandler, Object::Ptr(), nullptr,
                                     QStringLiteral("EhTest_Matches"), e, QStringLiteral("h"));

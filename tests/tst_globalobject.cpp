@@ -7,6 +7,8 @@
 #include <cstdlib>
 
 using namespace Vexil;
+using VexilTest::callGlobal;
+using VexilTest::primitive;
 using VexilTest::StderrCapture;
 
 namespace {
@@ -16,8 +18,7 @@ GlobalClass *global()
     return const_cast<GlobalClass *>(dynamic_cast<const GlobalClass *>(Inspector::self()->globalClass()));
 }
 
-const Class *primitive(Inspector::PrimitiveTypes t) { return Inspector::self()->type(int(t)); }
-Object::Ptr integer(int v) { return Inspector::self()->createPrimitive(v); }
+const auto integer = VexilTest::value<int>;
 
 Argument intArg(const char *name, unsigned int flags = 0)
 {
@@ -53,11 +54,6 @@ struct RecordingInvoker : GlobalMethodInvoker
 GlobalMethod *listMethod(const char *name, const Signature &sig, GlobalMethod::ListFunction body = listBody)
 {
     return new GlobalMethod(body, Argument(primitive(Inspector::Void)), QString::fromLatin1(name), sig);
-}
-
-Object::Ptr callGlobal(const char *name, const ObjectList &args)
-{
-    return global()->methods(QString::fromLatin1(name)).invoke(Object::Ptr(), args);
 }
 
 int s_liveMethods = 0;

@@ -14,17 +14,9 @@
 #include <vector>
 
 using namespace Vexil;
+using PlainClass = VexilTest::ChainClass;
 
 namespace {
-
-class PlainClass : public Class
-{
-public:
-    PlainClass(const char *name, Namespace *ns = nullptr)
-        : Class(name, ns ? ns : Inspector::self()->globalNamespace(), true)
-    {
-    }
-};
 
 class TopLevel : public ObjectHierarchyDelegate
 {
@@ -154,7 +146,7 @@ TEST(InspectorRegistry, RegistrationAppendsAndTakesOverTheName)
     const int n = insp->numClasses();
     PlainClass *first = new PlainClass("InspTest_Twice");
     Namespace *ns = new Namespace(insp->globalNamespace(), QStringLiteral("InspTestNs"));
-    PlainClass *second = new PlainClass("InspTest_Twice", ns);
+    PlainClass *second = new PlainClass("InspTest_Twice", nullptr, ns);
     EXPECT_EQ(second->classId(), n + 1);
     EXPECT_EQ(insp->type(QStringLiteral("InspTest_Twice")), second);
     EXPECT_EQ(insp->type(n), first);

@@ -12,7 +12,8 @@ namespace {
 
 typedef std::map<QString, Object::Ptr> Entries;
 
-Inspector *insp() { return Inspector::self(); }
+using VexilTest::CountedObject;
+using VexilTest::insp;
 // The helpers never create the Inspector themselves.
 const Class *mapClass() { return insp() ? MapClass::registeredClass() : nullptr; }
 Object::Ptr text(const char *s) { return insp()->createPrimitive(s); }
@@ -32,14 +33,6 @@ Object::Ptr get(const Object::Ptr &map, const char *property)
 {
     return mapClass()->property(QString::fromLatin1(property))->get(map);
 }
-
-int s_liveProbes = 0;
-
-struct Probe : Object
-{
-    explicit Probe(const Class *cls) : Object(this, cls, ObjectAttribute()) { ++s_liveProbes; }
-    ~Probe() override { --s_liveProbes; }
-};
 
 } // namespace
 
@@ -86,12 +79,12 @@ TEST(MapClass, ScriptInsertsAndReadsFirstInsertWins)
 
     // A refused value goes with its last reference; the kept one goes with the map.
     static const Class *probeClass = new Class("MapTestProbe", true);
-    s_liveProbes = 0;
-    callInsert(map, text("p"), Object::Ptr(new Probe(probeClass)));
-    callInsert(map, text("p"), Object::Ptr(new Probe(probeClass)));
-    EXPECT_EQ(s_liveProbes, 1);
+    CountedObject::instances = 0;
+    callInsert(map, text("p"), Object::Ptr(new CountedObject(probeClass)));
+    callInsert(map, text("p"), Object::Ptr(new CountedObject(probeClass)));
+    EXPECT_EQ(CountedObject::instances, 1);
     map = Object::Ptr();
-    EXPECT_EQ(s_liveProbes, 0);
+    EXPECT_EQ(CountedObject::instances, 0);
 }
 
 TEST(MapClass, KeysComeInKeyOrder)

@@ -14,23 +14,17 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::primitive;
 using VexilTest::StderrCapture;
+using VexilTest::streamBytes;
 
 namespace {
 
-const Class *primitive(int i)
-{
-    return Inspector::self()->type(i);
-}
-
 // A class whose members and conversions each test sets up; the raw slots record what reached them.
-class TestClass : public Class
+class TestClass : public VexilTest::ChainClass
 {
 public:
-    explicit TestClass(const char *name, Namespace *ns = nullptr)
-        : Class(name, ns ? ns : Inspector::self()->globalNamespace(), true)
-    {
-    }
+    explicit TestClass(const char *name, Namespace *ns = nullptr) : ChainClass(name, nullptr, ns) { }
 
     using Class::construct;
     using Class::getProperty;
@@ -54,7 +48,6 @@ public:
         setNumMethods(int(entries.size()));
     }
 
-    void initSuperClass() override { setSuperClass(superclass); }
     Method *createMethod(int i) const override
     {
         const MethodEntry &s = entries.at(size_t(i - superClassOffset(MethodOffset)));
@@ -69,15 +62,6 @@ public:
         return new Property(declarations.at(size_t(i)), this, i, true);
     }
     Enum *createEnum(int i) const override { return enums.at(size_t(i)); }
-
-    bool canConvertToInternal(const Class *target, bool s, bool t) const override
-    {
-        return convertible && convertible(target, s, t);
-    }
-    Object::Ptr convertToInternal(Object::Ptr obj, const Class *target, bool t) const override
-    {
-        return converter ? converter(obj, target, t) : Object::Ptr();
-    }
 
     Object::Ptr invoke(int index, void *object, void **args, const Class *cls) const override
     {
@@ -126,9 +110,6 @@ public:
     std::vector<const PropertyDeclaration *> declarations;
     std::vector<Enum *> enums;
     const Class *returnType = nullptr;
-    const Class *superclass = nullptr;
-    std::function<bool(const Class *, bool, bool)> convertible;
-    std::function<Object::Ptr(Object::Ptr, const Class *, bool)> converter;
     // Sees the raw arguments while converted ones are still alive.
     std::function<void(void **)> onInvoke;
     Object::Ptr result;
@@ -160,14 +141,6 @@ Pair makePair(const char *a, const char *b)
     p.b->convertible = [target](const Class *t, bool, bool) { return t == target; };
     p.b->converter = [](Object::Ptr, const Class *t, bool) { return t->wrap(&s_dataC, ObjectAttribute()); };
     return p;
-}
-
-QByteArray written(const std::function<void(QDataStream &)> &write)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    write(out);
-    return bytes;
 }
 
 } // namespace
@@ -625,7 +598,9 @@ TEST(Conversion, SourceThenTargetThenDelegate)
     base->converter = [](Object::Ptr obj, const Class *target, bool) {
         return target->wrap(obj->rawData(), ObjectAttribute(2));
     };
-    EXPECT_EQ(other->convertTo(other->make(&s_dataA), base, false)->objectClass(), base);
+    Object::Ptr built = other->convertTo(other->make(&s_dataA), base, false);
+    ASSERT_NE(built, nullptr);
+    EXPECT_EQ(built->objectClass(), base);
 
     TestClass *d = new TestClass("TMConvDelegated");
     new IntegerConversion(QStringLiteral("TMConvDelegated"));
@@ -727,12 +702,12 @@ protected:
     template <class T>
     void roundTrip(const T &original, const std::function<T *()> &make, const std::function<bool(const T &)> &unchanged)
     {
-        const QByteArray bytes = written([&](QDataStream &s) { original.writeObject(s); });
+        const QByteArray bytes = streamBytes([&](QDataStream &s) { original.writeObject(s); });
         std::unique_ptr<T> back(make());
         QDataStream in(bytes);
         back->readObject(in);
         ASSERT_EQ(in.status(), QDataStream::Ok);
-        EXPECT_EQ(written([&](QDataStream &s) { back->writeObject(s); }), bytes);
+        EXPECT_EQ(streamBytes([&](QDataStream &s) { back->writeObject(s); }), bytes);
         for (int n = 0; n < bytes.size(); ++n) {
             std::unique_ptr<T> t(make());
             QDataStream part(bytes.left(n));
@@ -754,7 +729,7 @@ TEST_F(StreamTest, EveryDescriptorRoundTrips)
     roundTrip<Method>(m, [] { return new Method(nullptr, Argument(), "old", Signature(), false, 5); },
                       [](const Method &x) { return x.name() == "old" && x.index() == 5; });
     Method back(nullptr, Argument(), QString(), Signature(), false, 0);
-    QByteArray bytes = written([&](QDataStream &s) { m.writeObject(s); });
+    QByteArray bytes = streamBytes([&](QDataStream &s) { m.writeObject(s); });
     QDataStream in(bytes);
     back.readObject(in);
     EXPECT_EQ(back.ownerClass(), owner);
@@ -777,16 +752,25 @@ TEST_F(StreamTest, EveryDescriptorRoundTrips)
                         [](const Property &x) { return x.declaration() == nullptr && x.index() == 3; });
 }
 
+TEST_F(StreamTest, AttributeGivenOnlyFlagsHasNoElementCount)
+{
+    const ObjectAttribute pointer(ObjectAttribute::Pointer);
+    EXPECT_EQ(streamBytes([&](QDataStream &s) { pointer.writeObject(s); }), QByteArray::fromHex("00000002 00000000"));
+    // No name, class "int", flags 2, count 0, no enumeration.
+    EXPECT_EQ(streamBytes([&](QDataStream &s) { Argument(primitive(Inspector::Int), pointer).writeObject(s); }),
+              QByteArray::fromHex("ffffffff 00000006 0069 006e 0074 00000002 00000000 ffffffff ffffffff"));
+}
+
 TEST_F(StreamTest, CorruptCountsAreRefused)
 {
     Signature sig { Argument(owner) };
-    QDataStream in(written([](QDataStream &s) { s << qint32(0x7fffffff); }));
+    QDataStream in(streamBytes([](QDataStream &s) { s << qint32(0x7fffffff); }));
     sig.readObject(in);
     EXPECT_NE(in.status(), QDataStream::Ok);
     EXPECT_EQ(sig.count(), 1);
 
     Enum e(nullptr, "keep");
-    QDataStream ein(written([](QDataStream &s) { s << QString() << QStringLiteral("E") << qint32(-4); }));
+    QDataStream ein(streamBytes([](QDataStream &s) { s << QString() << QStringLiteral("E") << qint32(-4); }));
     e.readObject(ein);
     EXPECT_NE(ein.status(), QDataStream::Ok);
     EXPECT_EQ(e.name(), "keep");
@@ -796,7 +780,7 @@ TEST_F(StreamTest, CorruptCountsAreRefused)
     {
         bool isSequential() const override { return true; }
     } device;
-    device.setData(written([](QDataStream &s) {
+    device.setData(streamBytes([](QDataStream &s) {
         s << qint32(1 << 30);
         Argument(owner).writeObject(s);
     }));

@@ -10,6 +10,8 @@
 #include <vector>
 
 using namespace Vexil;
+using VexilTest::CountedObject;
+using VexilTest::makeObject;
 
 namespace {
 
@@ -22,14 +24,6 @@ struct Counted : public Shared
 };
 int Counted::instances = 0;
 
-struct CountedObject : public Object
-{
-    static int instances;
-    CountedObject(void *data) : Object(data, nullptr, ObjectAttribute()) { ++instances; }
-    ~CountedObject() override { --instances; }
-};
-int CountedObject::instances = 0;
-
 struct CountedAux : public ObjectAuxData
 {
     static int instances;
@@ -38,16 +32,11 @@ struct CountedAux : public ObjectAuxData
 };
 int CountedAux::instances = 0;
 
-// A registered class with a configurable superclass that records what the object model asks of it.
-class TestClass : public Class
+// A registered class with a chosen superclass that records what the object model asks of it.
+class TestClass : public VexilTest::ChainClass
 {
 public:
-    explicit TestClass(const char *name, const Class *super = nullptr) : Class(name, true), m_super(super) { }
-    void initSuperClass() override
-    {
-        ++initSuperCalls;
-        setSuperClass(m_super);
-    }
+    using ChainClass::ChainClass;
     Object::Ptr wrap(void *data, const ObjectAttribute &attr) const override
     {
         ++wrapCalls;
@@ -71,8 +60,7 @@ public:
         return target == convertsTo ? converted : Object::Ptr();
     }
 
-    const Class *m_super;
-    mutable int initSuperCalls = 0, wrapCalls = 0;
+    mutable int wrapCalls = 0;
     mutable std::vector<void *> freed;
     mutable std::vector<unsigned int> freedFlags;
     mutable const Class *askedTarget = nullptr;
@@ -132,11 +120,6 @@ private:
 
 int dummy[8];
 
-Object::Ptr make(void *data, const Class *cls, unsigned int flags = 0, int count = 0)
-{
-    return Object::Ptr(new Object(data, cls, ObjectAttribute(flags, count)));
-}
-
 } // namespace
 
 TEST(SharedPtr, CountingAssignmentAndNullness)
@@ -175,14 +158,14 @@ TEST(SharedPtr, CountingAssignmentAndNullness)
     Object::Ptr none;
     EXPECT_FALSE(none);
     EXPECT_TRUE(nullptr == none);
-    Object::Ptr nullObject = make(nullptr, nullptr);
+    Object::Ptr nullObject = makeObject(nullptr, nullptr);
     EXPECT_TRUE(nullObject != nullptr);
     EXPECT_TRUE(nullObject->isNull());
 }
 
 TEST(ObjectList, AtThrowsWithRangeMessageOperatorDoesNotCheck)
 {
-    ObjectList list{make(dummy, nullptr), Object::Ptr()};
+    ObjectList list{makeObject(dummy, nullptr), Object::Ptr()};
     const ObjectList &constList = list;
     auto message = [](auto call) {
         try {
@@ -207,7 +190,7 @@ TEST(ObjectList, CopyEraseAndClearAdjustCounts)
     {
         ObjectList list;
         for (int i = 0; i < 3; ++i)
-            list.push_back(Object::Ptr(new CountedObject(dummy + i)));
+            list.push_back(Object::Ptr(new CountedObject(nullptr, dummy + i)));
         Object *middle = list[1].get();
         Object *last = list[2].get();
         {
@@ -225,7 +208,7 @@ TEST(ObjectList, CopyEraseAndClearAdjustCounts)
         EXPECT_EQ(CountedObject::instances, 1);
         list.clear();
         EXPECT_EQ(CountedObject::instances, 0);
-        list.push_back(Object::Ptr(new CountedObject(dummy)));
+        list.push_back(Object::Ptr(new CountedObject(nullptr, dummy)));
     }
     EXPECT_EQ(CountedObject::instances, 0);
 }
@@ -233,8 +216,8 @@ TEST(ObjectList, CopyEraseAndClearAdjustCounts)
 // Must be the first test to give out indexes.
 TEST(Object, IndexStartsAtOneAndIsUnique)
 {
-    Object::Ptr a = make(dummy, nullptr);
-    Object::Ptr b = make(dummy, nullptr);
+    Object::Ptr a = makeObject(dummy, nullptr);
+    Object::Ptr b = makeObject(dummy, nullptr);
     EXPECT_EQ(a->index(), ~0u);
     a->generateIndex();
     a->generateIndex();
@@ -248,7 +231,7 @@ TEST(Object, StateOwnedDataAndAuxRecord)
     TestClass *cls = new TestClass("ObjTest_Owned");
     CountedAux::instances = 0;
     {
-        Object::Ptr o = make(dummy, cls, 2, 1);
+        Object::Ptr o = makeObject(dummy, cls, 2, 1);
         EXPECT_FALSE(o->isNull() || o->isInvalidated() || o->ownsData);
         EXPECT_EQ(o->className(), QStringLiteral("ObjTest_Owned"));
         void *out = nullptr;
@@ -272,7 +255,7 @@ TEST(Object, StateOwnedDataAndAuxRecord)
     EXPECT_EQ(cls->freed[1], dummy + 1);
 
     // Without ownsData nothing is freed, by put or by the destructor.
-    make(dummy, cls)->put(dummy + 2);
+    makeObject(dummy, cls)->put(dummy + 2);
     EXPECT_EQ(cls->freed.size(), 2u);
 }
 
@@ -282,7 +265,7 @@ TEST(Object, IsAWalksLazySuperclassChain)
     TestClass *mid = new TestClass("ObjTest_IsAMid", base);
     TestClass *leaf = new TestClass("ObjTest_IsALeaf", mid);
     TestClass *other = new TestClass("ObjTest_IsAOther");
-    Object::Ptr o = make(dummy, leaf);
+    Object::Ptr o = makeObject(dummy, leaf);
     EXPECT_EQ(leaf->initSuperCalls, 0);
     EXPECT_TRUE(o->isA(base));
     EXPECT_TRUE(o->isA(leaf));
@@ -290,7 +273,7 @@ TEST(Object, IsAWalksLazySuperclassChain)
     EXPECT_FALSE(o->isA(nullptr));
     EXPECT_EQ(leaf->initSuperCalls, 1);     // set up once
     EXPECT_EQ(mid->initSuperCalls, 1);
-    EXPECT_FALSE(make(dummy, base)->isA(leaf));
+    EXPECT_FALSE(makeObject(dummy, base)->isA(leaf));
 }
 
 // Hierarchy
@@ -298,7 +281,7 @@ TEST(Object, IsAWalksLazySuperclassChain)
 TEST(ObjectHierarchy, FixedAnswersOrTheDelegatesAlongTheChain)
 {
     TestClass *none = new TestClass("ObjTest_NoDelegate");
-    Object::Ptr o = make(dummy, none);
+    Object::Ptr o = makeObject(dummy, none);
     EXPECT_EQ(o->numChildren(), 0);
     EXPECT_EQ(o->child(0), nullptr);
     EXPECT_EQ(o->childByName(QStringLiteral("x")), nullptr);
@@ -311,8 +294,8 @@ TEST(ObjectHierarchy, FixedAnswersOrTheDelegatesAlongTheChain)
     TestClass *cls = new TestClass("ObjTest_Delegated");
     TestClass *sub = new TestClass("ObjTest_DelegatedSub", cls);
     FixedHierarchy *h = new FixedHierarchy(QStringLiteral("ObjTest_Delegated"), QStringLiteral("answer"), 0);
-    h->child0 = make(dummy + 3, cls);
-    Object::Ptr s = make(dummy, sub);
+    h->child0 = makeObject(dummy + 3, cls);
+    Object::Ptr s = makeObject(dummy, sub);
     EXPECT_EQ(s->name(), QStringLiteral("answer"));
     EXPECT_EQ(s->qualifiedName(), QStringLiteral("answer-q"));
     EXPECT_EQ(s->wrapperType(), 42);
@@ -323,7 +306,7 @@ TEST(ObjectHierarchy, FixedAnswersOrTheDelegatesAlongTheChain)
     TestClass *withKids = new TestClass("ObjTest_DelegatedKids");
     FixedHierarchy *h2 = new FixedHierarchy(QStringLiteral("ObjTest_DelegatedKids"), QStringLiteral("k"), 1);
     h2->child0 = h->child0;
-    EXPECT_EQ(make(dummy, withKids)->childByName(QStringLiteral("x")), h->child0);
+    EXPECT_EQ(makeObject(dummy, withKids)->childByName(QStringLiteral("x")), h->child0);
     EXPECT_EQ(h2->byNameCalls, 1);
 }
 
@@ -332,13 +315,13 @@ TEST(ObjectHierarchy, DelegateIsCachedUntilClassChanges)
     TestClass *a = new TestClass("ObjTest_CacheA");
     TestClass *b = new TestClass("ObjTest_CacheB");
     new FixedHierarchy(QStringLiteral("ObjTest_CacheA"), QStringLiteral("first"));
-    Object::Ptr o = make(dummy, a);
+    Object::Ptr o = makeObject(dummy, a);
     EXPECT_EQ(o->name(), QStringLiteral("first"));
 
     // A later registration under the same key displaces the first one in the factory, not in the object.
     new FixedHierarchy(QStringLiteral("ObjTest_CacheA"), QStringLiteral("second"));
     EXPECT_EQ(o->name(), QStringLiteral("first"));
-    EXPECT_EQ(make(dummy, a)->name(), QStringLiteral("second"));
+    EXPECT_EQ(makeObject(dummy, a)->name(), QStringLiteral("second"));
 
     // Unrelated non-primitive classes: castTo keeps the class and so keeps the cache.
     o->castTo(b);
@@ -354,15 +337,15 @@ TEST(ObjectHierarchy, QObjectTypesUseTheQObjectDelegate)
     TestClass *own = new TestClass("ObjTest_QtOwn");
     new FixedHierarchy(QStringLiteral("QObject"), QStringLiteral("qobject"));
     new FixedHierarchy(QStringLiteral("ObjTest_QtOwn"), QStringLiteral("own"));
-    EXPECT_EQ(make(dummy, widget)->name(), QStringLiteral("unnamed"));
+    EXPECT_EQ(makeObject(dummy, widget)->name(), QStringLiteral("unnamed"));
 
     EXPECT_FALSE(vexil_is_qobject_type(QStringLiteral("ObjTest_QtWidget")));
     vexil_register_qobject_type("ObjTest_QtWidget");
     vexil_register_qobject_type("ObjTest_QtOwn");
     EXPECT_TRUE(vexil_is_qobject_type(QStringLiteral("ObjTest_QtWidget")));
-    EXPECT_EQ(make(dummy, widget)->name(), QStringLiteral("qobject"));
-    EXPECT_EQ(make(dummy, button)->name(), QStringLiteral("unnamed"));     // only the listed name counts
-    EXPECT_EQ(make(dummy, own)->name(), QStringLiteral("own"));            // its own delegate comes first
+    EXPECT_EQ(makeObject(dummy, widget)->name(), QStringLiteral("qobject"));
+    EXPECT_EQ(makeObject(dummy, button)->name(), QStringLiteral("unnamed"));     // only the listed name counts
+    EXPECT_EQ(makeObject(dummy, own)->name(), QStringLiteral("own"));            // its own delegate comes first
 }
 
 // Conversions
@@ -370,8 +353,8 @@ TEST(ObjectHierarchy, QObjectTypesUseTheQObjectDelegate)
 TEST(ObjectConversion, DelegateAnswersWhenItSupportsTheBit)
 {
     TestClass *plain = new TestClass("ObjTest_ConvNone");
-    EXPECT_EQ(make(nullptr, plain)->toString(), QStringLiteral("<null>"));
-    Object::Ptr p = make(dummy, plain);
+    EXPECT_EQ(makeObject(nullptr, plain)->toString(), QStringLiteral("<null>"));
+    Object::Ptr p = makeObject(dummy, plain);
     EXPECT_TRUE(p->toString().isEmpty());
     EXPECT_EQ(p->toInteger(), 0);
     EXPECT_EQ(p->toInt64(), 0);
@@ -383,13 +366,13 @@ TEST(ObjectConversion, DelegateAnswersWhenItSupportsTheBit)
         QStringLiteral("ObjTest_ConvDelegate"),
         ConversionDelegate::ConvertString | ConversionDelegate::ConvertInteger | ConversionDelegate::ConvertInt64
             | ConversionDelegate::ConvertBoolean);
-    Object::Ptr o = make(dummy, cls);
+    Object::Ptr o = makeObject(dummy, cls);
     EXPECT_EQ(o->toString(), QStringLiteral("text"));
     EXPECT_EQ(o->toInteger(), 7);
     EXPECT_EQ(o->toInt64(), 1LL << 40);
     EXPECT_FALSE(o->toBoolean());         // supported but not overridden: the empty answer
     EXPECT_EQ(o->toDouble(), 0.0);        // not supported: the class cannot convert either
-    EXPECT_EQ(make(nullptr, cls)->toString(), QStringLiteral("<null>"));
+    EXPECT_EQ(makeObject(nullptr, cls)->toString(), QStringLiteral("<null>"));
 
     o->fromInteger(5);
     EXPECT_EQ(c->lastInt, 5);
@@ -407,13 +390,13 @@ TEST(ObjectConversion, ClassConversionIsTheFallbackWithThePointerBit)
     cls->convertsTo = intClass;
     cls->converted = Inspector::self()->createPrimitive(41);
 
-    EXPECT_EQ(make(dummy, cls)->toInteger(), 41);
+    EXPECT_EQ(makeObject(dummy, cls)->toInteger(), 41);
     EXPECT_EQ(cls->askedTarget, intClass);
     EXPECT_FALSE(cls->askedSourcePointer);
     EXPECT_TRUE(cls->askedTargetPointer);
     EXPECT_EQ(cls->askedConverter, nullptr);
 
-    Object::Ptr ref = make(dummy, cls, ObjectAttribute::Pointer);
+    Object::Ptr ref = makeObject(dummy, cls, ObjectAttribute::Pointer);
     EXPECT_EQ(ref->toInteger(), 41);
     EXPECT_TRUE(cls->askedSourcePointer);
     ref->fromInteger(3);     // fromX has no class fallback
@@ -428,7 +411,7 @@ TEST(ObjectConversion, ClassConversionIsTheFallbackWithThePointerBit)
 TEST(ObjectReference, ReferenceAndDereferenceRules)
 {
     TestClass *cls = new TestClass("ObjTest_Ref");
-    Object::Ptr value = make(dummy, cls, ObjectAttribute::ConstValue, 5);
+    Object::Ptr value = makeObject(dummy, cls, ObjectAttribute::ConstValue, 5);
     Object::Ptr ref = value->reference();
     ASSERT_TRUE(ref);
     EXPECT_NE(ref.get(), value.get());
@@ -436,21 +419,21 @@ TEST(ObjectReference, ReferenceAndDereferenceRules)
     EXPECT_EQ(ref->objectClass(), cls);
     EXPECT_EQ(ref->objectAttribute(), ObjectAttribute(ObjectAttribute::Pointer, 0));
     EXPECT_EQ(ref->reference().get(), ref.get());
-    Object::Ptr array = make(dummy, cls, ObjectAttribute::Array, 3);
+    Object::Ptr array = makeObject(dummy, cls, ObjectAttribute::Array, 3);
     EXPECT_EQ(array->reference().get(), array.get());
     EXPECT_EQ(cls->wrapCalls, 1);
 
     for (unsigned int flags : {0u, 1u, 3u}) {
-        Object::Ptr same = make(dummy, cls, flags);
+        Object::Ptr same = makeObject(dummy, cls, flags);
         EXPECT_EQ(same->dereference().get(), same.get()) << flags;
     }
-    Object::Ptr ptr = make(dummy, cls, ObjectAttribute::Pointer | 64, 4);
+    Object::Ptr ptr = makeObject(dummy, cls, ObjectAttribute::Pointer | 64, 4);
     Object::Ptr deref = ptr->dereference();
     ASSERT_TRUE(deref);
     EXPECT_NE(deref.get(), ptr.get());
     EXPECT_EQ(deref->rawData(), dummy);
     EXPECT_EQ(deref->objectAttribute(), ObjectAttribute(0, 0));
-    EXPECT_EQ(make(nullptr, cls, ObjectAttribute::Pointer)->dereference(), nullptr);
+    EXPECT_EQ(makeObject(nullptr, cls, ObjectAttribute::Pointer)->dereference(), nullptr);
 }
 
 TEST(ObjectCast, ChainCastsAndForcedPrimitives)
@@ -461,7 +444,7 @@ TEST(ObjectCast, ChainCastsAndForcedPrimitives)
     new FixedHierarchy(QStringLiteral("ObjTest_CastBase"), QStringLiteral("base"));
     new FixedHierarchy(QStringLiteral("ObjTest_CastDerived"), QStringLiteral("derived"));
 
-    Object::Ptr o = make(dummy, base);
+    Object::Ptr o = makeObject(dummy, base);
     EXPECT_EQ(o->name(), QStringLiteral("base"));
     EXPECT_EQ(o->castTo(derived).get(), o.get());
     EXPECT_EQ(o->objectClass(), derived);
@@ -495,7 +478,7 @@ TEST(ObjectDeath, InvalidateZombieAndTheDeadClass)
     TestClass *cls = new TestClass("ObjTest_Dying");
     new FixedHierarchy(QStringLiteral("ObjTest_Dying"), QStringLiteral("alive"));
     {
-        Object::Ptr o = make(dummy, cls);
+        Object::Ptr o = makeObject(dummy, cls);
         o->ownsData = true;
         EXPECT_EQ(o->name(), QStringLiteral("alive"));
         o->invalidate();
@@ -550,9 +533,9 @@ public:
     {
         ++reads;
         switch (p->index()) {
-        case 0: return make(dummy, m_valueClass);
+        case 0: return makeObject(dummy, m_valueClass);
         case 2: return Object::Ptr();
-        default: return make(dummy, this);
+        default: return makeObject(dummy, this);
         }
     }
     const Class *m_valueClass;
@@ -573,15 +556,15 @@ TEST(ObjectDebugString, NullPropertiesAndDelegate)
     DebugClass *cls = new DebugClass("ObjTest_Debug", valueClass);
     new TestConversion(QStringLiteral("ObjTest_Debug"), ConversionDelegate::ConvertString);
 
-    EXPECT_EQ(make(nullptr, cls)->toDebugString(), QStringLiteral("0 : ObjTest_Debug"));
-    EXPECT_EQ(make(dummy, valueClass)->toDebugString(), QStringLiteral("{  } : ObjTest_DebugValue"));
-    EXPECT_EQ(make(dummy, cls)->toDebugString(),
+    EXPECT_EQ(makeObject(nullptr, cls)->toDebugString(), QStringLiteral("0 : ObjTest_Debug"));
+    EXPECT_EQ(makeObject(dummy, valueClass)->toDebugString(), QStringLiteral("{  } : ObjTest_DebugValue"));
+    EXPECT_EQ(makeObject(dummy, cls)->toDebugString(),
               QStringLiteral("{ a = {  } : ObjTest_DebugValue, , d = text : ObjTest_Debug } : ObjTest_Debug"));
     EXPECT_EQ(cls->reads, 3);     // the unreadable one is never read
 
     TestClass *serialized = new TestClass("ObjTest_DebugSerialized");
     new FixedSerialize(QStringLiteral("ObjTest_DebugSerialized"));
-    EXPECT_EQ(make(nullptr, serialized)->toDebugString(), QStringLiteral("debug:null"));
+    EXPECT_EQ(makeObject(nullptr, serialized)->toDebugString(), QStringLiteral("debug:null"));
 }
 
 TEST(RemoteObjects, ContextIds)

@@ -15,13 +15,9 @@
 
 using namespace Vexil;
 using I = Inspector;
+const auto type = VexilTest::primitive;
 
 namespace {
-
-const Class *type(int t)
-{
-    return Inspector::self()->type(t);
-}
 
 // Wraps \p data with \p attr and hands the storage to the object, as the Inspector does.
 Object::Ptr adopt(int t, void *data, const ObjectAttribute &attr)

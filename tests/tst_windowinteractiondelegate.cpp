@@ -10,18 +10,9 @@
 #include <QStringList>
 
 using namespace Vexil;
+using WindowClass = VexilTest::ChainClass;
 
 namespace {
-
-class WindowClass : public Class
-{
-public:
-    WindowClass(const char *name, const Class *base) : Class(name, true), m_base(base) { }
-    void initSuperClass() override { setSuperClass(m_base); }
-
-private:
-    const Class *m_base;
-};
 
 // Implements only what a toolkit must; the rest keeps the defaults.
 class MinimalDelegate : public WindowInteractionDelegate
@@ -109,13 +100,8 @@ protected:
 
     static Object::Ptr window(const Class *cls, int slot = 0) { return cls->wrap(&s_data[slot], ObjectAttribute()); }
 
-    // What a script binding does: the overload set of the global function, called without an object.
-    static Object::Ptr call(const char *name, const ObjectList &args)
-    {
-        return Inspector::self()->globalClass()->methods(QString::fromLatin1(name)).invoke(Object::Ptr(), args);
-    }
-
-    static Object::Ptr integer(int v) { return Inspector::self()->createPrimitive(v); }
+    static Object::Ptr call(const char *name, const ObjectList &args) { return VexilTest::callGlobal(name, args); }
+    static Object::Ptr integer(int v) { return VexilTest::value(v); }
     static QString lastError() { return Inspector::self()->lastError(); }
 
     static const Method *overloadFor(const char *name, const Class *windowClass)

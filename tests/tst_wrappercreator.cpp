@@ -10,6 +10,7 @@
 #include <memory>
 
 using namespace Vexil;
+using VexilTest::primitive;
 
 static_assert(offsetof(ArgumentDescriptor, kind) == 4 && sizeof(ArgumentDescriptor::kind) == 1,
               "the kind is one byte after the name");
@@ -34,7 +35,6 @@ struct StringBlock
     QByteArray data;
 };
 
-const Class *primitive(Inspector::PrimitiveTypes t) { return Inspector::self()->type(int(t)); }
 
 // A wrapped class with an enum "Color", the superclass "WcBase", and a realType that maps "Handle" to it.
 class WcWidget : public Class

@@ -39,10 +39,7 @@ Object::Ptr text(const QString &s)
     return insp()->createPrimitive(s.toUtf8().constData());
 }
 
-Object::Ptr number(int n)
-{
-    return insp()->createPrimitive(n);
-}
+const auto number = VexilTest::value<int>;
 
 // How error texts name an object: by its symbolic name, or its real name when the map has none.
 QString printable(QObject *o)
