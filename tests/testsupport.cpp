@@ -62,7 +62,8 @@ void ChainClass::initSuperClass()
         setSuperClass(superclass);
 }
 
-bool ChainClass::canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer, bool targetIsPointer) const
+bool ChainClass::canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer,
+                                      bool targetIsPointer) const
 {
     return convertible && convertible(target, sourceIsPointer, targetIsPointer);
 }
@@ -88,13 +89,15 @@ QByteArray streamBytes(const std::function<void(QDataStream &)> &write)
 
 Vexil::Object::Ptr readProperty(const Vexil::Object::Ptr &object, const char *property)
 {
-    const Vexil::Property *p = object ? object->objectClass()->property(QString::fromLatin1(property)) : nullptr;
+    const Vexil::Property *p = object ? object->objectClass()->property(QString::fromLatin1(property))
+                                      : nullptr;
     return p ? p->get(object) : Vexil::Object::Ptr();
 }
 
 bool writeProperty(const Vexil::Object::Ptr &object, const char *property, const Vexil::Object::Ptr &value)
 {
-    const Vexil::Property *p = object ? object->objectClass()->property(QString::fromLatin1(property)) : nullptr;
+    const Vexil::Property *p = object ? object->objectClass()->property(QString::fromLatin1(property))
+                                      : nullptr;
     return p && p->set(object, value);
 }
 

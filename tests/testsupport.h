@@ -81,9 +81,11 @@ public:
 class ChainClass : public Vexil::Class
 {
 public:
-    explicit ChainClass(const char *name, const Vexil::Class *super = nullptr, Vexil::Namespace *ns = nullptr);
+    explicit ChainClass(const char *name, const Vexil::Class *super = nullptr,
+                        Vexil::Namespace *ns = nullptr);
     void initSuperClass() override;
-    bool canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer, bool targetIsPointer) const override;
+    bool canConvertToInternal(const Vexil::Class *target, bool sourceIsPointer,
+                              bool targetIsPointer) const override;
     Vexil::Object::Ptr convertToInternal(Vexil::Object::Ptr object, const Vexil::Class *target,
                                          bool targetIsPointer) const override;
 

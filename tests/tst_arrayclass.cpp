@@ -16,8 +16,14 @@ typedef std::vector<Object::Ptr> Elements;
 using VexilTest::CountedObject;
 using VexilTest::insp;
 // The helpers never create the Inspector themselves.
-const Class *arrayClass() { return insp() ? ArrayClass::registeredClass() : nullptr; }
-Object::Ptr integer(long long v) { return insp()->createPrimitive(v); }
+const Class *arrayClass()
+{
+    return insp() ? ArrayClass::registeredClass() : nullptr;
+}
+Object::Ptr integer(long long v)
+{
+    return insp()->createPrimitive(v);
+}
 
 Object::Ptr callAt(const Object::Ptr &array, const Object::Ptr &index)
 {
@@ -33,7 +39,8 @@ long long lengthOf(const Object::Ptr &array)
 // Answers "length" and "at" like an array without being one: the remote helpers may use only those.
 struct FakeRemoteArrayClass : Class
 {
-    FakeRemoteArrayClass() : Class("ArrayTestFakeRemote", true)
+    FakeRemoteArrayClass()
+        : Class("ArrayTestFakeRemote", true)
     {
         setNumMethods(1);
         setNumProperties(1);
@@ -44,7 +51,8 @@ struct FakeRemoteArrayClass : Class
     Method *createMethod(int index) const override
     {
         return new Method(this, Argument(insp()->type(Inspector::Void)), QStringLiteral("at"),
-                          Signature(Argument(QStringLiteral("i"), insp()->type(Inspector::Int))), false, index);
+                          Signature(Argument(QStringLiteral("i"), insp()->type(Inspector::Int))), false,
+                          index);
     }
     Property *createProperty(int index) const override
     {
@@ -52,7 +60,10 @@ struct FakeRemoteArrayClass : Class
                                                     QStringLiteral("length"), PropertyDeclaration::Readable),
                             this, index, true);
     }
-    Object::Ptr getProperty(Object::Ptr, const Property *) const override { return insp()->createPrimitive(length); }
+    Object::Ptr getProperty(Object::Ptr, const Property *) const override
+    {
+        return insp()->createPrimitive(length);
+    }
     Object::Ptr invoke(int, Object::Ptr, const ObjectList &args, const Method *) const override
     {
         ++atCalls;
@@ -96,14 +107,14 @@ TEST(ArrayClass, ScriptPushesAndReads)
 
     Object::Ptr a = wrap(QStringLiteral("a"));
     EXPECT_EQ(VexilTest::callMethod(array, "push", { a }), insp()->voidObject());
-    VexilTest::callMethod(array, "push", { array });   // a second reference to the same object
+    VexilTest::callMethod(array, "push", { array }); // a second reference to the same object
     EXPECT_EQ(VexilTest::readProperty(array, "length")->objectClass(), insp()->type(Inspector::Int64));
     EXPECT_EQ(lengthOf(array), 2);
     // An int index reaches the int64 parameter by conversion; the element itself comes back, not a copy.
     EXPECT_EQ(callAt(array, insp()->createPrimitive(0)), a);
     EXPECT_EQ(callAt(array, integer(1)), array);
     EXPECT_EQ(insp()->lastError(), "");
-    static_cast<Elements *>(ArrayClass::unwrapInternal(array))->clear();   // break the cycle
+    static_cast<Elements *>(ArrayClass::unwrapInternal(array))->clear(); // break the cycle
 }
 
 TEST(ArrayClass, BadIndexesAndCallsGiveNull)

@@ -30,7 +30,8 @@ public:
     {
         methodCalls.push_back(index);
         // Two overloads named "shared" along the chain; the others carry their index.
-        const QString name = index == 0 || index == 3 ? QStringLiteral("shared") : QStringLiteral("m%1").arg(index);
+        const QString name = index == 0 || index == 3 ? QStringLiteral("shared")
+                                                      : QStringLiteral("m%1").arg(index);
         return nullMethods ? nullptr : new Method(this, Argument(), name, Signature(), false, index);
     }
     Enum *createEnum(int index) const override
@@ -81,8 +82,14 @@ private:
 class NamedSerializer : public SerializeDelegate
 {
 public:
-    explicit NamedSerializer(const QString &cls) : SerializeDelegate(cls) { }
-    QString toDebugString(Object::Ptr) const override { return QStringLiteral("serialized as ") + className(); }
+    explicit NamedSerializer(const QString &cls)
+        : SerializeDelegate(cls)
+    {
+    }
+    QString toDebugString(Object::Ptr) const override
+    {
+        return QStringLiteral("serialized as ") + className();
+    }
 };
 
 int dummy[4];
@@ -140,7 +147,7 @@ TEST(Class, LazySuperclassAndInheritanceDepth)
     EXPECT_EQ(root->inheritanceDepth(leaf), -1);
     EXPECT_TRUE(leaf->isSubClassOf(root));
     EXPECT_EQ(leaf->superClass(), mid);
-    EXPECT_EQ(leaf->initSuperCalls, 1);     // set up once, on first need
+    EXPECT_EQ(leaf->initSuperCalls, 1); // set up once, on first need
 }
 
 TEST(Class, WrapperOverridingNonConstInitSuperClassFormsItsChain)
@@ -182,11 +189,11 @@ TEST(ClassMembers, MethodsAreNumberedAlongTheChain)
     EXPECT_EQ(m1->ownerClass(), base);
     EXPECT_EQ(m1->name(), QStringLiteral("m1"));
     EXPECT_EQ(sub->method(4)->ownerClass(), sub);
-    EXPECT_EQ(sub->methodCalls, (std::vector<int>{3, 4}));     // the factory gets the global index
-    EXPECT_EQ(base->methodCalls, (std::vector<int>{0, 1, 2}));
+    EXPECT_EQ(sub->methodCalls, (std::vector<int> { 3, 4 })); // the factory gets the global index
+    EXPECT_EQ(base->methodCalls, (std::vector<int> { 0, 1, 2 }));
     sub->method(3);
     base->method(0);
-    EXPECT_EQ(sub->methodCalls.size() + base->methodCalls.size(), 5u);     // tables are built once
+    EXPECT_EQ(sub->methodCalls.size() + base->methodCalls.size(), 5u); // tables are built once
 
     // Overloads: own class first, then the ancestors.
     const MethodList shared = sub->methods(QStringLiteral("shared"));
@@ -198,7 +205,7 @@ TEST(ClassMembers, MethodsAreNumberedAlongTheChain)
     MemberClass *nulls = new MemberClass("ClsTest_NullMethods", nullptr, 2);
     nulls->nullMethods = true;
     EXPECT_EQ(nulls->method(1), nullptr);
-    EXPECT_EQ(nulls->methodCalls, (std::vector<int>{0, 1}));
+    EXPECT_EQ(nulls->methodCalls, (std::vector<int> { 0, 1 }));
 
     MemberClass *none = new MemberClass("ClsTest_NoMembers", nullptr, -1, 0, -1, 0, 0);
     EXPECT_EQ(none->numMethods() + none->numEnums() + none->numProperties() + none->numConstructors(), 0);
@@ -214,7 +221,7 @@ TEST(ClassMembers, EnumsEventsAndConstructors)
     MemberClass *sub = new MemberClass("ClsTest_KindsSub", base, -1, 1, 2, -1, 1);
     EXPECT_EQ(sub->numEnums(), 3);
     EXPECT_EQ(sub->numEvents(), 3);
-    EXPECT_EQ(sub->numConstructors(), 1);     // constructors are not inherited
+    EXPECT_EQ(sub->numConstructors(), 1); // constructors are not inherited
     EXPECT_EQ(sub->superClassOffset(Class::EnumOffset), 2);
     EXPECT_EQ(sub->superClassOffset(Class::EventOffset), 1);
     EXPECT_EQ(sub->superClassOffset(Class::ConstructorOffset), 0);
@@ -222,36 +229,36 @@ TEST(ClassMembers, EnumsEventsAndConstructors)
     const Enum *e2 = sub->enumerator(2);
     ASSERT_NE(e2, nullptr);
     EXPECT_EQ(e2->ownerClass(), sub);
-    EXPECT_EQ(sub->enumCalls, (std::vector<int>{2}));
+    EXPECT_EQ(sub->enumCalls, (std::vector<int> { 2 }));
     EXPECT_EQ(sub->enumerator(0)->ownerClass(), base);
     EXPECT_EQ(sub->enumerator(QStringLiteral("E1")), base->enumerator(1));
     EXPECT_EQ(sub->enumerator(QStringLiteral("nope")), nullptr);
 
     EXPECT_EQ(sub->event(0)->ownerClass(), base);
     EXPECT_EQ(sub->event(2)->ownerClass(), sub);
-    EXPECT_EQ(sub->eventCalls, (std::vector<int>{1, 2}));
+    EXPECT_EQ(sub->eventCalls, (std::vector<int> { 1, 2 }));
     EXPECT_EQ(sub->event(QStringLiteral("ev0")), base->event(0));
     EXPECT_EQ(sub->event(QStringLiteral("ev9")), nullptr);
 
     EXPECT_EQ(sub->constructor(0)->ownerClass(), sub);
-    EXPECT_EQ(sub->constructorCalls, (std::vector<int>{0}));
+    EXPECT_EQ(sub->constructorCalls, (std::vector<int> { 0 }));
     EXPECT_EQ(base->constructor(1)->ownerClass(), base);
-    EXPECT_EQ(base->constructorCalls, (std::vector<int>{0, 1}));
+    EXPECT_EQ(base->constructorCalls, (std::vector<int> { 0, 1 }));
 }
 
 TEST(ClassMembers, PropertiesCountDelegateAddedOnesOfAncestorsOnce)
 {
     MemberClass *base = new MemberClass("ClsTest_PropBase", nullptr, -1, -1, -1, 1);
-    Inspector::self()->addPropertyDelegate(
-        QStringLiteral("ClsTest_PropBase"),
-        QStringList{QStringLiteral("int,extraOne,getOne,setOne,0,1"), QStringLiteral("int,extraTwo,getTwo,x,1,0")});
+    Inspector::self()->addPropertyDelegate(QStringLiteral("ClsTest_PropBase"),
+                                           QStringList { QStringLiteral("int,extraOne,getOne,setOne,0,1"),
+                                                         QStringLiteral("int,extraTwo,getTwo,x,1,0") });
     MemberClass *sub = new MemberClass("ClsTest_PropSub", base, -1, -1, -1, 2);
     EXPECT_EQ(base->numProperties(), 3);
     EXPECT_EQ(sub->superClassOffset(Class::PropertyOffset), 3);
-    EXPECT_EQ(sub->numProperties(), 5);     // the base's delegate is not counted a second time
+    EXPECT_EQ(sub->numProperties(), 5); // the base's delegate is not counted a second time
 
     EXPECT_EQ(sub->property(4)->name(), QStringLiteral("p4"));
-    EXPECT_EQ(sub->propertyCalls, (std::vector<int>{3, 4}));
+    EXPECT_EQ(sub->propertyCalls, (std::vector<int> { 3, 4 }));
     EXPECT_EQ(sub->property(0)->name(), QStringLiteral("p0"));
     const Property *extra = sub->property(2);
     ASSERT_NE(extra, nullptr);
@@ -267,13 +274,14 @@ TEST(ClassMembers, PropertiesCountDelegateAddedOnesOfAncestorsOnce)
     MemberClass *early = new MemberClass("ClsTest_PropEarly", nullptr, -1, -1, -1, 1);
     EXPECT_EQ(early->numProperties(), 1);
     Inspector::self()->addPropertyDelegate(QStringLiteral("ClsTest_PropEarly"),
-                                           QStringList{QStringLiteral("int,late,getLate,setLate,0,0")});
+                                           QStringList { QStringLiteral("int,late,getLate,setLate,0,0") });
     EXPECT_EQ(early->numProperties(), 1);
 
     // An unknown class gets no delegate.
     Inspector::self()->addPropertyDelegate(QStringLiteral("ClsTest_NoSuchClass"),
-                                           QStringList{QStringLiteral("int,a,b,c,0,0")});
-    EXPECT_EQ(DelegateFactory::self()->delegate(QStringLiteral("ClsTest_NoSuchClass"), Delegate::StaticProperty),
+                                           QStringList { QStringLiteral("int,a,b,c,0,0") });
+    EXPECT_EQ(DelegateFactory::self()->delegate(QStringLiteral("ClsTest_NoSuchClass"),
+                                                Delegate::StaticProperty),
               nullptr);
 }
 
@@ -286,7 +294,7 @@ TEST(ClassMembers, LateAddedMethods)
     EXPECT_EQ(built->numMethods(), 2);
     EXPECT_EQ(built->method(1), late);
     EXPECT_EQ(built->methods(QStringLiteral("late")).size(), 1u);
-    EXPECT_EQ(built->methodCalls, (std::vector<int>{0}));
+    EXPECT_EQ(built->methodCalls, (std::vector<int> { 0 }));
 
     // Before the table exists only the count grows; the factory is asked for the new place later.
     MemberClass *unbuilt = new MemberClass("ClsTest_LateUnbuilt", nullptr, 1);
@@ -294,7 +302,7 @@ TEST(ClassMembers, LateAddedMethods)
     unbuilt->lateAddMethod(pending);
     EXPECT_EQ(unbuilt->numMethods(), 2);
     ASSERT_NE(unbuilt->method(1), nullptr);
-    EXPECT_EQ(unbuilt->methodCalls, (std::vector<int>{0, 1}));
+    EXPECT_EQ(unbuilt->methodCalls, (std::vector<int> { 0, 1 }));
     delete pending;
 
     // A count of 0 leaves the table empty and is asked again: the late method joins on the next access.
@@ -303,7 +311,7 @@ TEST(ClassMembers, LateAddedMethods)
     empty->lateAddMethod(nullptr);
     EXPECT_EQ(empty->numMethods(), 1);
     EXPECT_NE(empty->method(0), nullptr);
-    EXPECT_EQ(empty->methodCalls, (std::vector<int>{0}));
+    EXPECT_EQ(empty->methodCalls, (std::vector<int> { 0 }));
 }
 
 // Names and namespaces
@@ -329,7 +337,7 @@ TEST(Namespace, FullyQualifiedNamesAndLookups)
     EXPECT_EQ(top->fullyQualifiedClassName(), QStringLiteral("NsTest_Top"));
     EXPECT_EQ(a->fullyQualifiedClassName(), QStringLiteral("NsTestOuter::NsTest_A"));
     EXPECT_EQ(b->fullyQualifiedClassName(), QStringLiteral("NsTestOuter::Inner::NsTest_B"));
-    EXPECT_EQ(insp->type(QStringLiteral("NsTest_B")), b);     // the Inspector keys by short name
+    EXPECT_EQ(insp->type(QStringLiteral("NsTest_B")), b); // the Inspector keys by short name
 
     EXPECT_TRUE(outer->containsIdentifier(QStringLiteral("Inner")));
     EXPECT_TRUE(outer->containsIdentifier(QStringLiteral("NsTest_A")));
@@ -338,7 +346,7 @@ TEST(Namespace, FullyQualifiedNamesAndLookups)
     EXPECT_EQ(outer->getClass(QStringLiteral("Nope")), nullptr);
     EXPECT_EQ(outer->getNamespace(5), nullptr);
 
-    Namespace root;     // unnamed, no parent, not registered
+    Namespace root; // unnamed, no parent, not registered
     EXPECT_TRUE(root.name().isEmpty());
     EXPECT_EQ(root.parent(), nullptr);
     EXPECT_EQ(root.namespaceId(), -1);
@@ -399,8 +407,10 @@ TEST(ClassInterfacesDeathTest, DuplicateInterfaceIsFatal)
     PlainClass *sub = new PlainClass("IfDeath_Sub", base);
     Interface *again = new Interface("IfDeath_Iface");
     base->addInterface(new Interface("IfDeath_Iface"));
-    EXPECT_DEATH(base->addInterface(again), "Cannot add duplicate Interface IfDeath_Iface to Class IfDeath_Base");
+    EXPECT_DEATH(base->addInterface(again),
+                 "Cannot add duplicate Interface IfDeath_Iface to Class IfDeath_Base");
     // Already present on an ancestor counts as a duplicate too.
-    EXPECT_DEATH(sub->addInterface(again), "Cannot add duplicate Interface IfDeath_Iface to Class IfDeath_Sub");
+    EXPECT_DEATH(sub->addInterface(again),
+                 "Cannot add duplicate Interface IfDeath_Iface to Class IfDeath_Sub");
     delete again;
 }

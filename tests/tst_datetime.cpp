@@ -13,9 +13,18 @@ using namespace Vexil;
 
 namespace {
 
-Inspector *insp() { return Inspector::self(); }
-const Class *dateTimeClass() { return objectModelDateTimeClass(); }
-Object::Ptr integer(int v) { return insp()->createPrimitive(v); }
+Inspector *insp()
+{
+    return Inspector::self();
+}
+const Class *dateTimeClass()
+{
+    return objectModelDateTimeClass();
+}
+Object::Ptr integer(int v)
+{
+    return insp()->createPrimitive(v);
+}
 
 std::string textOf(const DateTime &d)
 {
@@ -130,7 +139,8 @@ TEST(DateTimeClass, BadConstructionGivesNull)
     EXPECT_EQ(cls->construct(2, ObjectList { integer(1) }, nullptr), nullptr);
     // Arguments of other classes never reach the raw slot, which would read through their data.
     EXPECT_EQ(cls->constructor(3)->construct(ObjectList { integer(1) }), nullptr);
-    EXPECT_EQ(cls->constructor(1)->construct(ObjectList { integer(1), integer(2), insp()->createPrimitive(true) }),
+    EXPECT_EQ(cls->constructor(1)->construct(
+                  ObjectList { integer(1), integer(2), insp()->createPrimitive(true) }),
               nullptr);
     EXPECT_EQ(capture.text(),
               "Unknown DateTime constructor called:4\n"
@@ -151,7 +161,8 @@ TEST(DateTimeClass, ConvertsToTextOnlyFromValueToPointerForm)
     EXPECT_EQ(converted->objectClass(), text);
     EXPECT_EQ(converted->toString(), "2024/03/5/7/8/9");
     // A script-constructed value converts the same way.
-    EXPECT_EQ(cls->construct(ObjectList { integer(2024), integer(3), integer(5) })->toString(), "2024/03/5/-1/-1/-1");
+    EXPECT_EQ(cls->construct(ObjectList { integer(2024), integer(3), integer(5) })->toString(),
+              "2024/03/5/-1/-1/-1");
 }
 
 TEST(DateTimeClass, DateWithoutTimeEqualsMidnight)

@@ -19,7 +19,11 @@ class CountedDelegate : public SerializeDelegate
 {
 public:
     static int instances;
-    explicit CountedDelegate(const QString &cls) : SerializeDelegate(cls) { ++instances; }
+    explicit CountedDelegate(const QString &cls)
+        : SerializeDelegate(cls)
+    {
+        ++instances;
+    }
     ~CountedDelegate() override { --instances; }
     QString toDebugString(Object::Ptr) const override { return className(); }
 };
@@ -36,14 +40,19 @@ class NodeHierarchy : public ObjectHierarchyDelegate
 {
 public:
     NodeHierarchy(const QString &cls, const Class *nodeClass, std::vector<Node *> *tops)
-        : ObjectHierarchyDelegate(cls), m_class(nodeClass), m_tops(tops)
+        : ObjectHierarchyDelegate(cls)
+        , m_class(nodeClass)
+        , m_tops(tops)
     {
     }
     const std::vector<Node *> &kids(const Object::Ptr &parent) const
     {
         return parent ? static_cast<Node *>(parent->rawData())->children : *m_tops;
     }
-    int numChildren(Object::Ptr parent) const override { return ++numChildrenCalls, int(kids(parent).size()); }
+    int numChildren(Object::Ptr parent) const override
+    {
+        return ++numChildrenCalls, int(kids(parent).size());
+    }
     Object::Ptr child(Object::Ptr parent, int i) const override
     {
         ++childCalls;
@@ -63,7 +72,11 @@ public:
 class BoxGeometry : public GeometryDelegate
 {
 public:
-    BoxGeometry(const QString &cls, Rect<GlobalCoordinates> box) : GeometryDelegate(cls), m_box(box) { }
+    BoxGeometry(const QString &cls, Rect<GlobalCoordinates> box)
+        : GeometryDelegate(cls)
+        , m_box(box)
+    {
+    }
     Rect<GlobalCoordinates> globalBounds(Object::Ptr) const override { return m_box; }
     bool isVisible(Object::Ptr) const override { return true; }
     Object::Ptr objectAt(int, int) const override { return Object::Ptr(); }
@@ -96,11 +109,13 @@ void withOwnFactory(Body body)
 TEST(DelegateFactory, TypesKeysAndOwnership)
 {
     static_assert(Delegate::Hierarchy == 0 && Delegate::StaticProperty == 1 && Delegate::Serialize == 3
-                  && Delegate::Conversion == 4 && Delegate::Comparison == 5 && Delegate::Cast == 6
-                  && Delegate::WindowInteraction == 10, "wrappers store these numbers");
+                      && Delegate::Conversion == 4 && Delegate::Comparison == 5 && Delegate::Cast == 6
+                      && Delegate::WindowInteraction == 10,
+                  "wrappers store these numbers");
     static_assert(ConversionDelegate::ConvertString == 1 && ConversionDelegate::ConvertInteger == 2
-                  && ConversionDelegate::ConvertDouble == 4 && ConversionDelegate::ConvertBoolean == 8
-                  && ConversionDelegate::ConvertInt64 == 16, "wrappers store these bits");
+                      && ConversionDelegate::ConvertDouble == 4 && ConversionDelegate::ConvertBoolean == 8
+                      && ConversionDelegate::ConvertInt64 == 16,
+                  "wrappers store these bits");
 
     ChainClass *twiceClass = new ChainClass("DlgTest_Twice");
     DelegateFactory *global = DelegateFactory::self();
@@ -117,10 +132,10 @@ TEST(DelegateFactory, TypesKeysAndOwnership)
         CountedDelegate *second = new CountedDelegate(QStringLiteral("DlgTest_Twice"));
         new CountedDelegate(QStringLiteral("DlgTest_Other"));
         EXPECT_EQ(own->delegate(twiceClass, Delegate::Serialize), second);
-        EXPECT_EQ(CountedDelegate::instances, 3);     // the displaced one lives on
+        EXPECT_EQ(CountedDelegate::instances, 3); // the displaced one lives on
         EXPECT_EQ(first->className(), QStringLiteral("DlgTest_Twice"));
     });
-    EXPECT_EQ(CountedDelegate::instances, 0);     // all deleted with their factory
+    EXPECT_EQ(CountedDelegate::instances, 0); // all deleted with their factory
     EXPECT_EQ(global->delegate(twiceClass, Delegate::Serialize), inGlobal);
 }
 
@@ -161,8 +176,9 @@ TEST(DelegateFactory, DelegatesForTypeInClassNameOrder)
         CountedDelegate *a = new CountedDelegate(QStringLiteral("a"));
         CountedDelegate *upper = new CountedDelegate(QStringLiteral("Z"));
         PlainDump *dump = new PlainDump(QStringLiteral("a"));
-        EXPECT_EQ(own->delegatesForType(Delegate::Serialize), (std::vector<const Delegate *>{upper, a, b}));
-        EXPECT_EQ(own->delegatesForType(Delegate::DumpObjectTree), (std::vector<const Delegate *>{dump}));
+        EXPECT_EQ(own->delegatesForType(Delegate::Serialize),
+                  (std::vector<const Delegate *> { upper, a, b }));
+        EXPECT_EQ(own->delegatesForType(Delegate::DumpObjectTree), (std::vector<const Delegate *> { dump }));
         EXPECT_TRUE(own->delegatesForType(Delegate::Hierarchy).empty());
     });
 }
@@ -199,9 +215,9 @@ TEST(ObjectHierarchyDelegate, ChildrenSkipsNullsAndQualifiedOverrideIsSeen)
     static std::vector<Node *> noTops;
     ChainClass *cls = new ChainClass("DlgTest_Kids");
     NodeHierarchy *h = new NodeHierarchy(QStringLiteral("DlgTest_Kids"), cls, &noTops);
-    Node a{QStringLiteral("a"), {}};
-    Node c{QStringLiteral("c"), {}};
-    Node parent{QStringLiteral("p"), {&a, nullptr, &c}};
+    Node a { QStringLiteral("a"), {} };
+    Node c { QStringLiteral("c"), {} };
+    Node parent { QStringLiteral("p"), { &a, nullptr, &c } };
     Object::Ptr p(new Object(&parent, cls, ObjectAttribute()));
     const ObjectList kids = h->children(p);
     ASSERT_EQ(kids.size(), 2u);
@@ -217,14 +233,14 @@ TEST(ObjectHierarchyDelegate, ChildrenSkipsNullsAndQualifiedOverrideIsSeen)
 // enumerates them.
 TEST(ObjectHierarchyDelegate, ParentIsFoundDepthFirstFromTheTop)
 {
-    static Node x{QStringLiteral("x"), {}};
-    static Node c{QStringLiteral("c"), {&x}};
-    static Node a{QStringLiteral("a"), {&c}};
-    static Node b{QStringLiteral("b"), {&x}};
-    static Node t1{QStringLiteral("t1"), {&a, &b}};
-    static Node t2{QStringLiteral("t2"), {}};
-    static Node stray{QStringLiteral("stray"), {}};
-    static std::vector<Node *> tops{&t1, &t2};
+    static Node x { QStringLiteral("x"), {} };
+    static Node c { QStringLiteral("c"), { &x } };
+    static Node a { QStringLiteral("a"), { &c } };
+    static Node b { QStringLiteral("b"), { &x } };
+    static Node t1 { QStringLiteral("t1"), { &a, &b } };
+    static Node t2 { QStringLiteral("t2"), {} };
+    static Node stray { QStringLiteral("stray"), {} };
+    static std::vector<Node *> tops { &t1, &t2 };
 
     ChainClass *cls = new ChainClass("DlgTest_Node");
     new NodeHierarchy(QStringLiteral("Vexil::ToplevelQt"), cls, &tops);
@@ -232,10 +248,10 @@ TEST(ObjectHierarchyDelegate, ParentIsFoundDepthFirstFromTheTop)
     auto wrapNode = [cls](Node *n) { return Object::Ptr(new Object(n, cls, ObjectAttribute())); };
     auto parentData = [](const Object::Ptr &p) { return p ? p->rawData() : nullptr; };
     EXPECT_EQ(Inspector::self()->numObjects(), 2);
-    EXPECT_EQ(h->parent(wrapNode(&t2)), nullptr);        // top-level
-    EXPECT_EQ(h->parent(wrapNode(&stray)), nullptr);     // unreachable
+    EXPECT_EQ(h->parent(wrapNode(&t2)), nullptr); // top-level
+    EXPECT_EQ(h->parent(wrapNode(&stray)), nullptr); // unreachable
     EXPECT_EQ(parentData(h->parent(wrapNode(&a))), &t1);
-    EXPECT_EQ(parentData(wrapNode(&b)->parent()), &t1);     // through the object, which asks its delegate
+    EXPECT_EQ(parentData(wrapNode(&b)->parent()), &t1); // through the object, which asks its delegate
     // x hangs under c (depth 3) and under b (depth 2): pre-order finds c first.
     EXPECT_EQ(parentData(h->parent(wrapNode(&x))), &c);
 }
@@ -244,24 +260,26 @@ TEST(ObjectHierarchyDelegate, ParentIsFoundDepthFirstFromTheTop)
 
 TEST(GeometryDelegate, ConversionsBetweenCoordinateSystems)
 {
-    BoxGeometry *g = new BoxGeometry(QStringLiteral("DlgTest_Geometry"), Rect<GlobalCoordinates>{10, 20, 100, 50, 3});
+    BoxGeometry *g = new BoxGeometry(QStringLiteral("DlgTest_Geometry"),
+                                     Rect<GlobalCoordinates> { 10, 20, 100, 50, 3 });
     Object::Ptr o;
     const Rect<NativeCoordinates> n = g->nativeGlobalBounds(o);
-    EXPECT_EQ(std::vector<int>({n.x, n.y, n.width, n.height, n.screen}), std::vector<int>({10, 20, 100, 50, 3}));
+    EXPECT_EQ(std::vector<int>({ n.x, n.y, n.width, n.height, n.screen }),
+              std::vector<int>({ 10, 20, 100, 50, 3 }));
     const Point<RelativeCoordinates> r = g->globalToRelative(o, 15, 27);
-    EXPECT_EQ(std::vector<int>({r.valid, r.x, r.y, r.screen}), std::vector<int>({1, 5, 7, -1}));
+    EXPECT_EQ(std::vector<int>({ r.valid, r.x, r.y, r.screen }), std::vector<int>({ 1, 5, 7, -1 }));
     const Point<GlobalCoordinates> gl = g->relativeToGlobal(o, 5, 7);
-    EXPECT_EQ(std::vector<int>({gl.valid, gl.x, gl.y, gl.screen}), std::vector<int>({1, 15, 27, -1}));
+    EXPECT_EQ(std::vector<int>({ gl.valid, gl.x, gl.y, gl.screen }), std::vector<int>({ 1, 15, 27, -1 }));
     const Point<NativeCoordinates> nat = g->relativeToNative(o, 5, 7);
-    EXPECT_EQ(std::vector<int>({nat.valid, nat.x, nat.y, nat.screen}), std::vector<int>({1, 15, 27, -1}));
+    EXPECT_EQ(std::vector<int>({ nat.valid, nat.x, nat.y, nat.screen }), std::vector<int>({ 1, 15, 27, -1 }));
 
-    g->m_box = Rect<GlobalCoordinates>{10, 20, -1, 50, 0};
+    g->m_box = Rect<GlobalCoordinates> { 10, 20, -1, 50, 0 };
     const Point<RelativeCoordinates> bad = g->globalToRelative(o, 15, 27);
-    EXPECT_EQ(std::vector<int>({bad.valid, bad.x, bad.y, bad.screen}), std::vector<int>({0, 0, 0, -1}));
-    g->m_box = Rect<GlobalCoordinates>{10, 20, 5, -1, 0};
+    EXPECT_EQ(std::vector<int>({ bad.valid, bad.x, bad.y, bad.screen }), std::vector<int>({ 0, 0, 0, -1 }));
+    g->m_box = Rect<GlobalCoordinates> { 10, 20, 5, -1, 0 };
     EXPECT_FALSE(g->relativeToGlobal(o, 1, 1).valid);
     EXPECT_FALSE(g->relativeToNative(o, 1, 1).valid);
-    g->m_box = Rect<GlobalCoordinates>{10, 20, 0, 0, 0};     // empty but not negative: still valid
+    g->m_box = Rect<GlobalCoordinates> { 10, 20, 0, 0, 0 }; // empty but not negative: still valid
     EXPECT_TRUE(g->globalToRelative(o, 1, 1).valid);
 }
 
@@ -273,7 +291,7 @@ TEST(DelegateDefaults, DumpAndConversion)
     QString error, type;
     Object::Ptr o;
     ObjectList list;
-    Rect<GlobalCoordinates> r{};
+    Rect<GlobalCoordinates> r {};
     EXPECT_TRUE(d->enterDump(o, filters, &error) && d->leaveDump(&error));
     EXPECT_FALSE(d->dumpObject(o, true, nullptr, filters, &error) || d->takeScreenshot(o, nullptr)
                  || d->setProperty(nullptr, o, nullptr, 0) || d->children(o, &list)
@@ -295,7 +313,8 @@ TEST(DelegateDefaults, DumpAndConversion)
     EXPECT_EQ(c->toDouble(o), 0.0);
     EXPECT_FALSE(c->toBoolean(o));
     EXPECT_TRUE(supportsConversion(c, ConversionDelegate::ConvertString | ConversionDelegate::ConvertDouble));
-    EXPECT_FALSE(supportsConversion(c, ConversionDelegate::ConvertString | ConversionDelegate::ConvertInteger));
+    EXPECT_FALSE(
+        supportsConversion(c, ConversionDelegate::ConvertString | ConversionDelegate::ConvertInteger));
     EXPECT_FALSE(supportsConversion(nullptr, ConversionDelegate::ConvertString));
 }
 
@@ -306,10 +325,11 @@ TEST(GenericStaticPropertyDelegate, DeclarationsFromText)
     ChainClass *cls = new ChainClass("DlgTest_Props");
     auto *d = new GenericStaticPropertyDelegate(
         QStringLiteral("DlgTest_Props"),
-        QStringList{QStringLiteral("int,count,getCount,setCount,1,0"),
-                    QStringLiteral(",,char,,title,title,setTitle,0,1,extra")});     // empty fields dropped
+        QStringList { QStringLiteral("int,count,getCount,setCount,1,0"),
+                      QStringLiteral(",,char,,title,title,setTitle,0,1,extra") }); // empty fields dropped
     EXPECT_EQ(d->type(), Delegate::StaticProperty);
-    EXPECT_EQ(DelegateFactory::self()->delegate(QStringLiteral("DlgTest_Props"), Delegate::StaticProperty), d);
+    EXPECT_EQ(DelegateFactory::self()->delegate(QStringLiteral("DlgTest_Props"), Delegate::StaticProperty),
+              d);
     ASSERT_EQ(d->numProperties(), 2);
     const PropertyDeclaration *count = d->propertyDeclaration(0);
     EXPECT_EQ(count->name(), QStringLiteral("count"));
@@ -335,6 +355,6 @@ TEST(GenericStaticPropertyDelegateDeathTest, ShortDeclarationIsFatal)
 {
     new ChainClass("DlgDeath_Props");
     EXPECT_DEATH(new GenericStaticPropertyDelegate(QStringLiteral("DlgDeath_Props"),
-                                                   QStringList{QStringLiteral("int,a,,getA,setA,1")}),
+                                                   QStringList { QStringLiteral("int,a,,getA,setA,1") }),
                  "index out of range");
 }

@@ -27,7 +27,8 @@ const bool s_zoneSet = [] {
     return true;
 }();
 
-struct PropDef {
+struct PropDef
+{
     const char *name;
     const Class *type;
     const Enum *enumeration;
@@ -144,7 +145,7 @@ TEST(FVector, ResizeKeepsLeadingElementsAndCopiesAreDeep)
     copy[0] = QStringLiteral("changed");
     EXPECT_EQ(v[0], QStringLiteral("a"));
     const FVector<QString> &alias = copy;
-    copy = alias;                        // self-assignment keeps the elements
+    copy = alias; // self-assignment keeps the elements
     v = copy;
     EXPECT_EQ(v[0], QStringLiteral("changed"));
 }
@@ -190,7 +191,7 @@ TEST(EventData, KindsAndNamesOfTheConstructors)
     EXPECT_EQ(comment.objectId, QStringLiteral("note"));
     EXPECT_EQ(EventData::applicationStarted().type, 4);
 
-    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(3)});
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList { insp()->createPrimitive(3) });
     EXPECT_EQ(call.type, 1);
     EXPECT_EQ(call.methodName, QStringLiteral("click"));
     EXPECT_EQ(call.objectId, QStringLiteral("w"));
@@ -198,16 +199,18 @@ TEST(EventData, KindsAndNamesOfTheConstructors)
     EXPECT_TRUE(call.arguments[0].name.isEmpty());
     EXPECT_EQ(call.arguments[0].value, QStringLiteral("3"));
 
-    EventData function(QStringLiteral("sleep"), ObjectList{insp()->createPrimitive(0.5)}, QStringLiteral("ignored"));
+    EventData function(QStringLiteral("sleep"), ObjectList { insp()->createPrimitive(0.5) },
+                       QStringLiteral("ignored"));
     EXPECT_EQ(function.type, 3);
     EXPECT_EQ(function.methodName, QStringLiteral("sleep"));
     EXPECT_TRUE(function.objectId.isEmpty());
     ASSERT_EQ(function.arguments.size(), 1u);
     EXPECT_EQ(function.arguments[0].value, QStringLiteral("0.5"));
 
-    EventData texts(QStringLiteral("type"), QStringList{QStringLiteral("a"), QStringLiteral("b")}, QString());
+    EventData texts(QStringLiteral("type"), QStringList { QStringLiteral("a"), QStringLiteral("b") },
+                    QString());
     EXPECT_EQ(texts.type, 3);
-    EXPECT_EQ(texts.argumentTexts, (QStringList{QStringLiteral("a"), QStringLiteral("b")}));
+    EXPECT_EQ(texts.argumentTexts, (QStringList { QStringLiteral("a"), QStringLiteral("b") }));
     EXPECT_EQ(texts.arguments.size(), 0u);
 }
 
@@ -221,7 +224,8 @@ TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
     const Signature sig(Argument(QStringLiteral("button"), primitive(Inspector::Int), 0, 0, &button),
                         Argument(QStringLiteral("times"), primitive(Inspector::Int)));
     Method click(widget, none, QStringLiteral("click"), sig, false, 0);
-    const ObjectList args{insp()->createPrimitive(2), insp()->createPrimitive(5), insp()->createPrimitive(9)};
+    const ObjectList args { insp()->createPrimitive(2), insp()->createPrimitive(5),
+                            insp()->createPrimitive(9) };
 
     EventData onObject(&click, QStringLiteral("w"), args);
     EXPECT_EQ(onObject.type, 1);
@@ -229,7 +233,7 @@ TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
     EXPECT_TRUE(onObject.objectId.isEmpty());
     ASSERT_EQ(onObject.arguments.size(), 3u);
     EXPECT_EQ(onObject.arguments[0].name, QStringLiteral("button"));
-    EXPECT_EQ(onObject.arguments[0].keys, QStringList{QStringLiteral("Right")});
+    EXPECT_EQ(onObject.arguments[0].keys, QStringList { QStringLiteral("Right") });
     EXPECT_EQ(onObject.arguments[1].name, QStringLiteral("times"));
     EXPECT_EQ(onObject.arguments[1].value, QStringLiteral("5"));
     // A value past the declared parameters has no declaration.
@@ -247,23 +251,24 @@ TEST(EventData, MethodAndEventRecordsUseTheDeclarations)
     EXPECT_EQ(onGlobal.objectId, QStringLiteral("w"));
 
     Event clicked(widget, QStringLiteral("clicked"), Signature(sig.at(0)));
-    EventData event(&clicked, QStringLiteral("w"), ObjectList{insp()->createPrimitive(1)});
+    EventData event(&clicked, QStringLiteral("w"), ObjectList { insp()->createPrimitive(1) });
     EXPECT_EQ(event.type, 0);
     EXPECT_EQ(event.eventName, QStringLiteral("clicked"));
     EXPECT_EQ(event.objectId, QStringLiteral("w"));
     ASSERT_EQ(event.arguments.size(), 1u);
     EXPECT_EQ(event.arguments[0].enumName, QStringLiteral("Button"));
-    EXPECT_EQ(event.arguments[0].keys, QStringList{QStringLiteral("Left")});
+    EXPECT_EQ(event.arguments[0].keys, QStringList { QStringLiteral("Left") });
 }
 
 TEST(EventData, DebugTextsAndDump)
 {
-    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(42)});
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList { insp()->createPrimitive(42) });
     EXPECT_EQ(call.toDebugString(),
               "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]");
     EXPECT_EQ(EventData::fromComment(QStringLiteral("the text")).toDebugString(),
               "Type comment: objectId: 'the text' numArguments: 0: [ ]");
-    EXPECT_EQ(EventData::applicationStarted().toDebugString(), "Type started: objectId: '' numArguments: 0: [ ]");
+    EXPECT_EQ(EventData::applicationStarted().toDebugString(),
+              "Type started: objectId: '' numArguments: 0: [ ]");
     EventData event;
     event.eventName = QStringLiteral("tap");
     event.objectId = QStringLiteral("list");
@@ -276,7 +281,8 @@ TEST(EventData, DebugTextsAndDump)
 
     VexilTest::StderrCapture capture;
     dumpEventData(call);
-    EXPECT_EQ(capture.text(), "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]\n");
+    EXPECT_EQ(capture.text(),
+              "Type method/function: methodName: 'click' objectId: 'w' numArguments: 1: [ 42 ]\n");
 }
 
 // Arguments
@@ -293,7 +299,8 @@ TEST(EventDataArg, PrimitiveValuesBecomeText)
     subs[1].name = QStringLiteral("changed");
     EXPECT_EQ(arg.args()[1].name, QStringLiteral("second")); // copied, not shared
 
-    EventDataArg d = EventData::createArgument(QStringLiteral("d"), nullptr, nullptr, insp()->createPrimitive(0.5));
+    EventDataArg d = EventData::createArgument(QStringLiteral("d"), nullptr, nullptr,
+                                               insp()->createPrimitive(0.5));
     EXPECT_EQ(d.kind, 0);
     EXPECT_EQ(d.name, QStringLiteral("d"));
     EXPECT_EQ(d.value, QStringLiteral("0.5"));
@@ -302,7 +309,8 @@ TEST(EventDataArg, PrimitiveValuesBecomeText)
     EventDataArg t = EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive("abc"));
     EXPECT_EQ(t.value, QStringLiteral("abc"));
     EXPECT_EQ(t.typeId, 4);
-    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive(true)).value, "true");
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, insp()->createPrimitive(true)).value,
+              "true");
 
     // An enumeration only applies to int values.
     Enum e(nullptr, QStringLiteral("E"));
@@ -321,18 +329,25 @@ TEST(EventDataArg, PrimitiveValuesBecomeText)
 TEST(EventDataArg, EnumerationKeys)
 {
     Enum flags(nullptr, QStringLiteral("Flags"));
-    for (const auto &item : std::vector<std::pair<const char *, int>>{
-             {"None", 0}, {"A", 1}, {"B", 2}, {"Nothing", 0}, {"C", 4}})
+    for (const auto &item : std::vector<std::pair<const char *, int>> { { "None", 0 },
+                                                                        { "A", 1 },
+                                                                        { "B", 2 },
+                                                                        { "Nothing", 0 },
+                                                                        { "C", 4 } })
         flags.addItem(QString::fromLatin1(item.first), item.second);
     flags.setIsMask(true);
-    struct Row { int n; QStringList keys; };
+    struct Row
+    {
+        int n;
+        QStringList keys;
+    };
     const Row rows[] = {
-        {5, {QStringLiteral("A"), QStringLiteral("C")}},
-        {6, {QStringLiteral("B"), QStringLiteral("C")}},
-        {8, {}},
-        {9, {}},
-        {0, {QStringLiteral("None"), QStringLiteral("Nothing")}},
-        {-1, {}},
+        { 5, { QStringLiteral("A"), QStringLiteral("C") } },
+        { 6, { QStringLiteral("B"), QStringLiteral("C") } },
+        { 8, {} },
+        { 9, {} },
+        { 0, { QStringLiteral("None"), QStringLiteral("Nothing") } },
+        { -1, {} },
     };
     for (const Row &row : rows) {
         EventDataArg arg = EventData::createArgument(QStringLiteral("f"), primitive(Inspector::Int), &flags,
@@ -350,7 +365,7 @@ TEST(EventDataArg, EnumerationKeys)
     overlap.addItem(QStringLiteral("A"), 1);
     overlap.setIsMask(true);
     EXPECT_EQ(EventData::createArgument(QString(), nullptr, &overlap, insp()->createPrimitive(3)).keys,
-              QStringList{QStringLiteral("AB")});
+              QStringList { QStringLiteral("AB") });
 
     // Not a mask: the first key of exactly that value, or none, without a word on stderr.
     Enum color(nullptr, QStringLiteral("Color"));
@@ -359,7 +374,7 @@ TEST(EventDataArg, EnumerationKeys)
     color.addItem(QStringLiteral("Lime"), 2);
     color.setIsMask(false);
     EXPECT_EQ(EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(2)).keys,
-              QStringList{QStringLiteral("Green")});
+              QStringList { QStringLiteral("Green") });
     VexilTest::StderrCapture capture;
     EventDataArg none = EventData::createArgument(QString(), nullptr, &color, insp()->createPrimitive(3));
     EXPECT_EQ(none.kind, 2);
@@ -389,7 +404,8 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
     label->converter = [](Object::Ptr, const Class *, bool) { return insp()->createPrimitive("label text"); };
 
     Object::Ptr h = wrapData(handle, &handleData);
-    EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), primitive(Inspector::Int), nullptr, h);
+    EventDataArg asInt = EventData::createArgument(QStringLiteral("h"), primitive(Inspector::Int), nullptr,
+                                                   h);
     EXPECT_EQ(asInt.kind, 0);
     EXPECT_EQ(asInt.value, QStringLiteral("7"));
     EXPECT_EQ(asInt.typeId, 1);
@@ -398,7 +414,8 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
     EXPECT_EQ(EventData::createArgument(QString(), primitive(Inspector::Char), nullptr, h).typeId, 1);
 
     Object::Ptr l = wrapData(label, &labelData);
-    EventDataArg asText = EventData::createArgument(QStringLiteral("l"), primitive(Inspector::Char), nullptr, l);
+    EventDataArg asText = EventData::createArgument(QStringLiteral("l"), primitive(Inspector::Char), nullptr,
+                                                    l);
     EXPECT_EQ(asText.kind, 0);
     EXPECT_EQ(asText.value, QStringLiteral("label text"));
     EXPECT_EQ(asText.typeId, 4);
@@ -411,7 +428,8 @@ TEST(EventDataArg, DeclaredClassesTakeIntegerThenTextConversions)
 }
 
 namespace {
-struct PointData {
+struct PointData
+{
     int x;
     double y;
     int mode;
@@ -435,38 +453,43 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
     mode->addItem(QStringLiteral("Slow"), 2);
     const unsigned int r = PropertyDeclaration::Readable;
     point->setProperties({
-        {"x", primitive(Inspector::Int), nullptr,
-         [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->x); }, r},
-        {"y", primitive(Inspector::Double), nullptr,
-         [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->y); }, r},
-        {"mode", primitive(Inspector::Int), mode,
-         [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->mode); }, r},
-        {"caption", primitive(Inspector::Char), nullptr,
-         [](Object::Ptr) { return wrapData(s_evdText, &s_labelStorage); }, r},
-        {"inner", point, nullptr, [](Object::Ptr) { return Object::Ptr(); }, r},
-        {"secret", primitive(Inspector::Int), nullptr, [](Object::Ptr) { return insp()->createPrimitive(99); }, 0},
+        { "x", primitive(Inspector::Int), nullptr,
+          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->x); },
+          r },
+        { "y", primitive(Inspector::Double), nullptr,
+          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->y); },
+          r },
+        { "mode", primitive(Inspector::Int), mode,
+          [](Object::Ptr o) { return insp()->createPrimitive(static_cast<PointData *>(o->rawData())->mode); },
+          r },
+        { "caption", primitive(Inspector::Char), nullptr,
+          [](Object::Ptr) { return wrapData(s_evdText, &s_labelStorage); }, r },
+        { "inner", point, nullptr, [](Object::Ptr) { return Object::Ptr(); }, r },
+        { "secret", primitive(Inspector::Int), nullptr,
+          [](Object::Ptr) { return insp()->createPrimitive(99); }, 0 },
     });
 
-    PointData data{3, 2.5, 2};
+    PointData data { 3, 2.5, 2 };
     insp()->lastError();
     VexilTest::StderrCapture capture;
-    EventDataArg arg = EventData::createArgument(QStringLiteral("pt"), nullptr, nullptr, wrapData(point, &data));
+    EventDataArg arg = EventData::createArgument(QStringLiteral("pt"), nullptr, nullptr,
+                                                 wrapData(point, &data));
     EXPECT_EQ(capture.text(), "");
     EXPECT_EQ(arg.kind, 1);
     EXPECT_EQ(arg.classId, point->classId());
     ASSERT_EQ(arg.args().size(), 6u);
     const FVector<EventDataArg> &p = arg.args();
-    const char *names[] = {"x", "y", "mode", "caption", "inner", "secret"};
-    const int kinds[] = {0, 0, 2, 0, 0, 0};
-    const char *values[] = {"3", "2.5", "2", "hello", "", ""};
-    const int typeIds[] = {1, 5, -1, 4, -1, -1};
+    const char *names[] = { "x", "y", "mode", "caption", "inner", "secret" };
+    const int kinds[] = { 0, 0, 2, 0, 0, 0 };
+    const char *values[] = { "3", "2.5", "2", "hello", "", "" };
+    const int typeIds[] = { 1, 5, -1, 4, -1, -1 };
     for (unsigned i = 0; i < 6; ++i) {
         EXPECT_EQ(p[i].name, QString::fromLatin1(names[i])) << i;
         EXPECT_EQ(p[i].kind, kinds[i]) << i;
         EXPECT_EQ(p[i].value, QString::fromLatin1(values[i])) << i;
         EXPECT_EQ(p[i].typeId, typeIds[i]) << i;
     }
-    EXPECT_EQ(p[2].keys, QStringList{QStringLiteral("Slow")});
+    EXPECT_EQ(p[2].keys, QStringList { QStringLiteral("Slow") });
     EXPECT_EQ(p[3].classId, text->classId());
     // A null value or a property that can't be read keeps its place with the declared class.
     EXPECT_EQ(p[4].classId, point->classId());
@@ -474,7 +497,8 @@ TEST(EventDataArg, ObjectsExpandIntoTheirProperties)
 
     // A class without properties still gives kind 1; a null object keeps the shape, reads nothing and leaves no
     // error behind.
-    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, wrapData(text, &s_labelStorage)).kind, 1);
+    EXPECT_EQ(EventData::createArgument(QString(), nullptr, nullptr, wrapData(text, &s_labelStorage)).kind,
+              1);
     EventDataArg nullArg = EventData::createArgument(QString(), nullptr, nullptr, point->createNull());
     EXPECT_EQ(nullArg.kind, 1);
     ASSERT_EQ(nullArg.args().size(), 6u);
@@ -486,8 +510,10 @@ TEST(EventDataArg, SelfReferenceStopsAtTheLimits)
 {
     static int loopData = 0;
     auto *loop = new TestClass("EvdLoop");
-    loop->setProperties({{"self", loop, nullptr, [](Object::Ptr o) { return o; }, PropertyDeclaration::Readable}});
-    EventDataArg arg = EventData::createArgument(QStringLiteral("l"), nullptr, nullptr, wrapData(loop, &loopData));
+    loop->setProperties(
+        { { "self", loop, nullptr, [](Object::Ptr o) { return o; }, PropertyDeclaration::Readable } });
+    EventDataArg arg = EventData::createArgument(QStringLiteral("l"), nullptr, nullptr,
+                                                 wrapData(loop, &loopData));
     int levels = 0;
     for (const EventDataArg *cur = &arg; cur->args().size() > 0; cur = &cur->args()[0]) {
         ASSERT_EQ(cur->args().size(), 1u);
@@ -500,9 +526,12 @@ TEST(EventDataArg, SelfReferenceStopsAtTheLimits)
     auto *wide = new TestClass("EvdWideLoop");
     const auto back = [](Object::Ptr o) { return o; };
     const unsigned int r = PropertyDeclaration::Readable;
-    wide->setProperties({{"a", wide, nullptr, back, r}, {"b", wide, nullptr, back, r},
-                         {"c", wide, nullptr, back, r}, {"d", wide, nullptr, back, r}});
-    const int total = countArgs(EventData::createArgument(QString(), nullptr, nullptr, wrapData(wide, &wideData)));
+    wide->setProperties({ { "a", wide, nullptr, back, r },
+                          { "b", wide, nullptr, back, r },
+                          { "c", wide, nullptr, back, r },
+                          { "d", wide, nullptr, back, r } });
+    const int total = countArgs(
+        EventData::createArgument(QString(), nullptr, nullptr, wrapData(wide, &wideData)));
     EXPECT_GT(total, 1000);
     EXPECT_LE(total, EventDataArg::maxExpandedArguments + 4 * EventDataArg::maxObjectDepth + 1);
 }
@@ -511,19 +540,20 @@ TEST(EventDataArg, SelfReferenceStopsAtTheLimits)
 
 TEST(EventDataStream, NameFieldDependsOnTheType)
 {
-    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList{insp()->createPrimitive(42)});
+    EventData call(QStringLiteral("click"), QStringLiteral("w"), ObjectList { insp()->createPrimitive(42) });
     call.timeStamp = QTime(10, 0);
-    EXPECT_EQ(bytesOf(call), hex("00000001"                          // type: method call
-                                 "0000000a 0063 006c 0069 0063 006b" // methodName "click"
-                                 "00000002 0077"                     // objectId "w"
-                                 "02255100"                          // 10:00:00.000 in milliseconds
-                                 "ffffffff"                          // second text: null
-                                 "00000000"                          // no argument texts
-                                 "00000001"                          // one argument:
-                                 "ffffffff 00000001 00000000"        //   no name, int, kind 0
-                                 "00000004 0034 0032 00000001"       //   "42", typeId 1
-                                 "ffffffff"                          // integer field -1
-                                 "ffffffff"));                       // itemText: null
+    EXPECT_EQ(bytesOf(call),
+              hex("00000001" // type: method call
+                  "0000000a 0063 006c 0069 0063 006b" // methodName "click"
+                  "00000002 0077" // objectId "w"
+                  "02255100" // 10:00:00.000 in milliseconds
+                  "ffffffff" // second text: null
+                  "00000000" // no argument texts
+                  "00000001" // one argument:
+                  "ffffffff 00000001 00000000" //   no name, int, kind 0
+                  "00000004 0034 0032 00000001" //   "42", typeId 1
+                  "ffffffff" // integer field -1
+                  "ffffffff")); // itemText: null
 
     EventData comment = EventData::fromComment(QStringLiteral("hi"));
     comment.timeStamp = QTime();
@@ -542,11 +572,13 @@ TEST(EventDataStream, NameFieldDependsOnTheType)
 
     EventData started = EventData::applicationStarted();
     started.timeStamp = QTime();
-    EXPECT_EQ(bytesOf(started), hex("00000004 ffffffff ffffffff ffffffff 00000000 00000000 ffffffff ffffffff"));
-    EventData function(QStringLiteral("f"), QStringList{QStringLiteral("1")}, QString());
+    EXPECT_EQ(bytesOf(started),
+              hex("00000004 ffffffff ffffffff ffffffff 00000000 00000000 ffffffff ffffffff"));
+    EventData function(QStringLiteral("f"), QStringList { QStringLiteral("1") }, QString());
     function.timeStamp = QTime();
-    EXPECT_EQ(bytesOf(function), hex("00000003 00000002 0066 ffffffff ffffffff ffffffff"
-                                     "00000001 00000002 0031 00000000 ffffffff ffffffff"));
+    EXPECT_EQ(bytesOf(function),
+              hex("00000003 00000002 0066 ffffffff ffffffff ffffffff"
+                  "00000001 00000002 0031 00000000 ffffffff ffffffff"));
 }
 
 TEST(EventDataStream, EveryFieldInOrder)
@@ -563,7 +595,7 @@ TEST(EventDataStream, EveryFieldInOrder)
     EXPECT_TRUE(read.methodName.isNull()); // not in an event's stream form
     EXPECT_EQ(read.timeStamp, QTime(0, 0, 1));
     ASSERT_EQ(read.arguments.size(), 2u);
-    EXPECT_EQ(read.arguments[0].keys, (QStringList{QStringLiteral("A"), QStringLiteral("C")}));
+    EXPECT_EQ(read.arguments[0].keys, (QStringList { QStringLiteral("A"), QStringLiteral("C") }));
     ASSERT_EQ(read.arguments[1].args().size(), 1u);
     EXPECT_EQ(read.arguments[1].args()[0].typeId, 1);
     EXPECT_EQ(bytesOf(read), expected);
@@ -588,7 +620,11 @@ enum class StreamKind { Memory, SequentialDevice, LittleEndian };
 class SequentialDevice : public QIODevice
 {
 public:
-    explicit SequentialDevice(const QByteArray &data) : m_data(data) { open(QIODevice::ReadOnly); }
+    explicit SequentialDevice(const QByteArray &data)
+        : m_data(data)
+    {
+        open(QIODevice::ReadOnly);
+    }
     bool isSequential() const override { return true; }
 
 protected:
@@ -607,13 +643,12 @@ private:
 };
 
 class EventDataStreamKinds : public ::testing::TestWithParam<StreamKind>
-{
-};
+{ };
 
 TEST_P(EventDataStreamKinds, RecordsReadBackInTurn)
 {
-    const QDataStream::ByteOrder order =
-        GetParam() == StreamKind::LittleEndian ? QDataStream::LittleEndian : QDataStream::BigEndian;
+    const QDataStream::ByteOrder order = GetParam() == StreamKind::LittleEndian ? QDataStream::LittleEndian
+                                                                                : QDataStream::BigEndian;
     QByteArray bytes;
     {
         QDataStream out(&bytes, QIODevice::WriteOnly);
@@ -699,13 +734,15 @@ TEST(EventDataBadStream, HugeOrNegativeCountsAndImpossibleTimes)
     };
     const Case records[] = {
         // two billion arguments, then as many argument texts, in streams that hold none of them
-        {"00000002 ffffffff ffffffff ffffffff 00000000 77359400", QDataStream::ReadPastEnd},
-        {"00000002 ffffffff ffffffff ffffffff ffffffff", QDataStream::ReadPastEnd},
-        {"00000002 ffffffff ffffffff ffffffff 00000000 80000000 ffffffff ffffffff", QDataStream::ReadCorruptData},
+        { "00000002 ffffffff ffffffff ffffffff 00000000 77359400", QDataStream::ReadPastEnd },
+        { "00000002 ffffffff ffffffff ffffffff ffffffff", QDataStream::ReadPastEnd },
+        { "00000002 ffffffff ffffffff ffffffff 00000000 80000000 ffffffff ffffffff",
+          QDataStream::ReadCorruptData },
         // 86,400,000 milliseconds is past the last time of a day
-        {"00000002 ffffffff 05265c00 ffffffff 00000000 00000000 ffffffff ffffffff", QDataStream::ReadCorruptData},
+        { "00000002 ffffffff 05265c00 ffffffff 00000000 00000000 ffffffff ffffffff",
+          QDataStream::ReadCorruptData },
         // a text of an odd number of bytes can't be UTF-16
-        {"00000002 00000003 0068 00", QDataStream::ReadCorruptData},
+        { "00000002 00000003 0068 00", QDataStream::ReadCorruptData },
     };
     for (const Case &c : records) {
         EventData rec;
@@ -715,9 +752,9 @@ TEST(EventDataBadStream, HugeOrNegativeCountsAndImpossibleTimes)
         expectBlankRecord(rec);
     }
     const Case args[] = {
-        {"ffffffff 00000000 00000001 77359400 ffff", QDataStream::ReadPastEnd},
-        {"ffffffff 00000000 00000002 ffffffff ffffffff 7fffffff", QDataStream::ReadPastEnd},
-        {"ffffffff 00000000 00000001 ffffffff", QDataStream::ReadCorruptData},
+        { "ffffffff 00000000 00000001 77359400 ffff", QDataStream::ReadPastEnd },
+        { "ffffffff 00000000 00000002 ffffffff ffffffff 7fffffff", QDataStream::ReadPastEnd },
+        { "ffffffff 00000000 00000001 ffffffff", QDataStream::ReadCorruptData },
     };
     for (const Case &c : args) {
         EventDataArg arg;

@@ -31,16 +31,17 @@ TEST_F(EventHandlers, ObjectHandlersMatchTheSameObjectAndUninstallEveryDuplicate
     EXPECT_TRUE(insp->installObjectEventHandler(a, e, QStringLiteral("h")));
     EXPECT_TRUE(insp->installObjectEventHandler(a, e, QStringLiteral("h")));
     EXPECT_TRUE(insp->installObjectEventHandler(a, e, QStringLiteral("other")));
-    EXPECT_EQ(insp->eventHandler(a, e), QStringLiteral("h"));     // first wins
-    EXPECT_EQ(insp->eventHandler(makeObject(dummy, cls), e), QStringLiteral("h"));     // same object, other handle
+    EXPECT_EQ(insp->eventHandler(a, e), QStringLiteral("h")); // first wins
+    EXPECT_EQ(insp->eventHandler(makeObject(dummy, cls), e),
+              QStringLiteral("h")); // same object, other handle
     EXPECT_TRUE(insp->eventHandler(makeObject(dummy + 1, cls), e).isEmpty());
     EXPECT_TRUE(insp->eventHandler(a, QStringLiteral("Clicked")).isEmpty());
     EXPECT_TRUE(insp->eventHandler(Object::Ptr(), e).isEmpty());
     EXPECT_TRUE(insp->hasEventHandlerFor(e));
 
-    EXPECT_TRUE(insp->uninstallObjectEventHandler(a, e, QStringLiteral("h")));     // both duplicates go
+    EXPECT_TRUE(insp->uninstallObjectEventHandler(a, e, QStringLiteral("h"))); // both duplicates go
     EXPECT_EQ(insp->eventHandler(a, e), QStringLiteral("other"));
-    EXPECT_TRUE(insp->hasEventHandlerFor(e));     // "other" is still there
+    EXPECT_TRUE(insp->hasEventHandlerFor(e)); // "other" is still there
     EXPECT_TRUE(insp->uninstallObjectEventHandler(a, e, QStringLiteral("other")));
     EXPECT_TRUE(insp->eventHandler(a, e).isEmpty());
     EXPECT_FALSE(insp->hasEventHandlerFor(e));
@@ -57,7 +58,7 @@ TEST_F(EventHandlers, NullObjectsNeverMatchAndReceiversAreKeptAlive)
     EXPECT_EQ(insp->eventHandler(probe, QStringLiteral("e")), QStringLiteral("h"));
     probe->invalidate();
     EXPECT_TRUE(insp->eventHandler(probe, QStringLiteral("e")).isEmpty());
-    a->invalidate();     // the registration's own receiver has gone
+    a->invalidate(); // the registration's own receiver has gone
     EXPECT_TRUE(insp->eventHandler(makeObject(dummy, cls), QStringLiteral("e")).isEmpty());
     Object::Ptr nullObj = makeObject(nullptr, cls);
     insp->installObjectEventHandler(nullObj, QStringLiteral("n"), QStringLiteral("h"));
@@ -81,7 +82,7 @@ TEST_F(EventHandlers, ClassHandlersServeSubclassesInInsertionOrder)
     insp->installClassEventHandler(QStringLiteral("EhTest_Base"), e, QStringLiteral("onBase"));
     insp->installClassEventHandler(QStringLiteral("EhTest_Derived"), e, QStringLiteral("onDerived"));
     EXPECT_EQ(insp->eventHandler(base, e), QStringLiteral("onBase"));
-    EXPECT_EQ(insp->eventHandler(derived, e), QStringLiteral("onBase"));     // the first, not the closest
+    EXPECT_EQ(insp->eventHandler(derived, e), QStringLiteral("onBase")); // the first, not the closest
     EXPECT_TRUE(insp->eventHandler(other, e).isEmpty());
     EXPECT_TRUE(insp->eventHandler(static_cast<const Class *>(nullptr), e).isEmpty());
     EXPECT_TRUE(insp->eventHandler(derived, QStringLiteral("f")).isEmpty());
@@ -95,12 +96,13 @@ TEST_F(EventHandlers, ClassHandlersServeSubclassesInInsertionOrder)
     EXPECT_EQ(insp->eventHandler(derived, e), QStringLiteral("onDerived"));
 
     // A class not registered yet never matches; once registered it does, and the class found is kept.
-    insp->installClassEventHandler(QStringLiteral("EhTest_Late"), QStringLiteral("l"), QStringLiteral("onLate"));
+    insp->installClassEventHandler(QStringLiteral("EhTest_Late"), QStringLiteral("l"),
+                                   QStringLiteral("onLate"));
     EXPECT_TRUE(insp->eventHandler(other, QStringLiteral("l")).isEmpty());
     ChainClass *late = new ChainClass("EhTest_Late");
     ChainClass *lateSub = new ChainClass("EhTest_LateSub", late);
     EXPECT_EQ(insp->eventHandler(lateSub, QStringLiteral("l")), QStringLiteral("onLate"));
-    ChainClass *replacement = new ChainClass("EhTest_Late");     // takes over the name, not the registration
+    ChainClass *replacement = new ChainClass("EhTest_Late"); // takes over the name, not the registration
     EXPECT_EQ(insp->eventHandler(late, QStringLiteral("l")), QStringLiteral("onLate"));
     EXPECT_TRUE(insp->eventHandler(replacement, QStringLiteral("l")).isEmpty());
 }
@@ -127,7 +129,8 @@ TEST_F(EventHandlers, GlobalHandlersAndTheNameMap)
     EXPECT_TRUE(insp->eventHandler(g).isEmpty());
 
     // Kinds do not see each other's registrations.
-    insp->installClassEventHandler(QStringLiteral("EhTest_Global"), QStringLiteral("k"), QStringLiteral("cls"));
+    insp->installClassEventHandler(QStringLiteral("EhTest_Global"), QStringLiteral("k"),
+                                   QStringLiteral("cls"));
     EXPECT_TRUE(insp->eventHandler(QStringLiteral("k")).isEmpty());
     EXPECT_TRUE(insp->eventHandler(a, QStringLiteral("k")).isEmpty());
 

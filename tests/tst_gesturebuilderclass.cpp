@@ -11,8 +11,8 @@
 #include <vector>
 
 using namespace Vexil;
-using VexilTest::insp;
 using VexilTest::callMethod;
+using VexilTest::insp;
 const auto get = VexilTest::readProperty;
 
 namespace {
@@ -97,7 +97,8 @@ TEST(GestureBuilderClass, RegisteredAsClassTwelveWithItsDeclaredMembers)
         "GestureBuilder* addStroke(int time, double x, double y, double pressure, double size)",
         "GestureBuilder* lineTo(int duration, double x, double y)",
         "GestureBuilder* curveTo(int duration, double cx, double cy, double x, double y)",
-        "GestureBuilder* curveTo(int duration, double c1x, double c1y, double c2x, double c2y, double x, double y)",
+        "GestureBuilder* curveTo(int duration, double c1x, double c1y, double c2x, double c2y, double x, "
+        "double y)",
         "GestureBuilder* build()",
     };
     ASSERT_EQ(cls->numMethods(), 17);
@@ -118,9 +119,9 @@ TEST(GestureBuilderClass, RegisteredAsClassTwelveWithItsDeclaredMembers)
     EXPECT_EQ(cls->constructor(2)->toString(), "GestureBuilder(double width, double height, int unit)");
 
     ASSERT_EQ(cls->numProperties(), 3);
-    const char *const names[] = {"areaWidth", "areaHeight", "unit"};
-    const Class *types[] = {insp()->type(Inspector::Double), insp()->type(Inspector::Double),
-                            insp()->type(Inspector::Int)};
+    const char *const names[] = { "areaWidth", "areaHeight", "unit" };
+    const Class *types[] = { insp()->type(Inspector::Double), insp()->type(Inspector::Double),
+                             insp()->type(Inspector::Int) };
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(cls->property(i)->name(), QString::fromLatin1(names[i]));
         EXPECT_EQ(cls->property(i)->type(), types[i]);
@@ -133,7 +134,7 @@ TEST(GestureBuilderClass, RegisteredAsClassTwelveWithItsDeclaredMembers)
     EXPECT_EQ(cls->enumerator(QStringLiteral("Unit")), unit);
     EXPECT_EQ(unit->ownerClass(), cls);
     ASSERT_EQ(unit->count(), 3);
-    const char *const keys[] = {"Pixel", "MilliMeter", "LogicalPoint"};
+    const char *const keys[] = { "Pixel", "MilliMeter", "LogicalPoint" };
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(unit->key(i), QString::fromLatin1(keys[i]));
         EXPECT_EQ(unit->value(i), i);
@@ -153,7 +154,7 @@ TEST(GestureBuilderClass, ConstructorsAndProperties)
     EXPECT_FALSE(model(plain).hasStrokes());
 
     // Integers reach the double parameters by conversion.
-    Object::Ptr sized = newBuilder({integer(320), num(240.5), integer(GestureBuilderClass::LogicalPoint)});
+    Object::Ptr sized = newBuilder({ integer(320), num(240.5), integer(GestureBuilderClass::LogicalPoint) });
     ASSERT_TRUE(sized);
     EXPECT_EQ(get(sized, "areaWidth")->toDouble(), 320.0);
     EXPECT_EQ(get(sized, "areaHeight")->toDouble(), 240.5);
@@ -164,33 +165,35 @@ TEST(GestureBuilderClass, ConstructorsAndProperties)
 TEST(GestureBuilderClass, InvalidAreaSizes)
 {
     // 0.001 passes: narrowed to a float it is slightly above 0.001.
-    const struct {
+    const struct
+    {
         double width, height;
         bool accepted;
-    } rows[] = {{0, 100, false},      {100, 0, false},      {-5, 100, false}, {0.0009, 100, false},
-                        {100, 0.000999, false}, {NAN, 100, false}, {INFINITY, 100, false},
-                        {0.001, 100, true},   {100, 0.001, true},   {0.001, 0.001, true}};
+    } rows[] = { { 0, 100, false },        { 100, 0, false },        { -5, 100, false },
+                 { 0.0009, 100, false },   { 100, 0.000999, false }, { NAN, 100, false },
+                 { INFINITY, 100, false }, { 0.001, 100, true },     { 100, 0.001, true },
+                 { 0.001, 0.001, true } };
     for (const auto &row : rows) {
         SCOPED_TRACE(testing::Message() << row.width << " x " << row.height);
         insp()->lastError();
-        Object::Ptr b = newBuilder({num(row.width), num(row.height), integer(1)});
+        Object::Ptr b = newBuilder({ num(row.width), num(row.height), integer(1) });
         EXPECT_EQ(bool(b), row.accepted);
         EXPECT_EQ(insp()->lastError(), row.accepted ? QString() : QStringLiteral("Invalid area sizes"));
     }
-    Object::Ptr tiny = newBuilder({num(0.001), num(0.001), integer(1)});
+    Object::Ptr tiny = newBuilder({ num(0.001), num(0.001), integer(1) });
     EXPECT_FLOAT_EQ(float(get(tiny, "areaWidth")->toDouble()), 0.001f);
 }
 
 TEST(GestureBuilderClass, StrokeTimesAndChaining)
 {
     Object::Ptr b = newBuilder();
-    expectRefused(b, "addStroke", {integer(5), num(10), num(10)}, "Time must be 0 for first stroke");
-    expectRefused(b, "addStroke", {integer(-1), num(10), num(10)}, "Time must be 0 or above");
+    expectRefused(b, "addStroke", { integer(5), num(10), num(10) }, "Time must be 0 for first stroke");
+    expectRefused(b, "addStroke", { integer(-1), num(10), num(10) }, "Time must be 0 or above");
 
-    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(10), num(10)}), b);
-    EXPECT_EQ(callMethod(b, "addStroke", {integer(5), num(20), num(20)}), b);
-    expectRefused(b, "addStroke", {integer(-1), num(10), num(10)}, "Time must be 0 or above");
-    EXPECT_EQ(callMethod(b, "addStroke", {num(30), num(40)}), b);  // the two-argument form starts at 0
+    EXPECT_EQ(callMethod(b, "addStroke", { integer(0), num(10), num(10) }), b);
+    EXPECT_EQ(callMethod(b, "addStroke", { integer(5), num(20), num(20) }), b);
+    expectRefused(b, "addStroke", { integer(-1), num(10), num(10) }, "Time must be 0 or above");
+    EXPECT_EQ(callMethod(b, "addStroke", { num(30), num(40) }), b); // the two-argument form starts at 0
 
     const std::vector<TouchBuilder::Stroke> &strokes = model(b).strokes();
     ASSERT_EQ(strokes.size(), 3u);
@@ -202,8 +205,8 @@ TEST(GestureBuilderClass, StrokeTimesAndChaining)
 
     // A whole gesture in one chained expression.
     Object::Ptr c = newBuilder();
-    Object::Ptr r = callMethod(c, "addStroke", {num(0), num(0)});
-    r = callMethod(callMethod(r, "lineTo", {integer(50), num(10), num(0)}), "build");
+    Object::Ptr r = callMethod(c, "addStroke", { num(0), num(0) });
+    r = callMethod(callMethod(r, "lineTo", { integer(50), num(10), num(0) }), "build");
     EXPECT_EQ(r, c);
 }
 
@@ -212,18 +215,18 @@ TEST(GestureBuilderClass, PressureAndSizeBounds)
     Object::Ptr b = newBuilder();
     const char pressureText[] = "Pressure must be between 0.0 and 1.0";
     const char sizeText[] = "Size must be between 0.0 and 1.0";
-    for (double bad : {1.0, 0.0, -0.5, double(NAN)}) {
-        expectRefused(b, "addStroke", {integer(0), num(1), num(1), num(bad)}, pressureText);
-        expectRefused(b, "addStroke", {integer(0), num(1), num(1), num(0.5), num(bad)}, sizeText);
+    for (double bad : { 1.0, 0.0, -0.5, double(NAN) }) {
+        expectRefused(b, "addStroke", { integer(0), num(1), num(1), num(bad) }, pressureText);
+        expectRefused(b, "addStroke", { integer(0), num(1), num(1), num(0.5), num(bad) }, sizeText);
     }
     // Checked in order: time, then pressure, then size.
-    expectRefused(b, "addStroke", {integer(0), num(1), num(1), num(2.0), num(2.0)}, pressureText);
-    expectRefused(b, "addStroke", {integer(3), num(1), num(1), num(2.0), num(2.0)},
+    expectRefused(b, "addStroke", { integer(0), num(1), num(1), num(2.0), num(2.0) }, pressureText);
+    expectRefused(b, "addStroke", { integer(3), num(1), num(1), num(2.0), num(2.0) },
                   "Time must be 0 for first stroke");
 
-    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.5)}), b);
-    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.0001), num(0.9999)}), b);
-    EXPECT_EQ(callMethod(b, "addStroke", {integer(0), num(1), num(1), num(0.25), num(0.75)}), b);
+    EXPECT_EQ(callMethod(b, "addStroke", { integer(0), num(1), num(1), num(0.5) }), b);
+    EXPECT_EQ(callMethod(b, "addStroke", { integer(0), num(1), num(1), num(0.0001), num(0.9999) }), b);
+    EXPECT_EQ(callMethod(b, "addStroke", { integer(0), num(1), num(1), num(0.25), num(0.75) }), b);
     const std::vector<TouchBuilder::Stroke> &strokes = model(b).strokes();
     ASSERT_EQ(strokes.size(), 3u);
     EXPECT_EQ(strokes[0].pressure, 0.5f);
@@ -235,16 +238,16 @@ TEST(GestureBuilderClass, PressureAndSizeBounds)
 TEST(GestureBuilderClass, LinesAndCurvesNeedAStroke)
 {
     Object::Ptr b = newBuilder();
-    expectRefused(b, "lineTo", {integer(100), num(1), num(1)}, "addStroke must be called before lineTo");
-    expectRefused(b, "curveTo", {integer(100), num(1), num(1), num(2), num(2)},
+    expectRefused(b, "lineTo", { integer(100), num(1), num(1) }, "addStroke must be called before lineTo");
+    expectRefused(b, "curveTo", { integer(100), num(1), num(1), num(2), num(2) },
                   "addStroke must be called before curveTo");
-    expectRefused(b, "curveTo", {integer(100), num(1), num(1), num(2), num(2), num(3), num(3)},
+    expectRefused(b, "curveTo", { integer(100), num(1), num(1), num(2), num(2), num(3), num(3) },
                   "addStroke must be called before curveTo");
 
-    ASSERT_EQ(callMethod(b, "addStroke", {integer(0), num(0), num(0)}), b);
-    EXPECT_EQ(callMethod(b, "lineTo", {integer(100), num(100), num(0)}), b);
-    EXPECT_EQ(callMethod(b, "curveTo", {integer(50), num(100), num(50), num(50), num(50)}), b);
-    EXPECT_EQ(callMethod(b, "curveTo", {integer(50), num(0), num(50), num(0), num(100), num(50), num(100)}),
+    ASSERT_EQ(callMethod(b, "addStroke", { integer(0), num(0), num(0) }), b);
+    EXPECT_EQ(callMethod(b, "lineTo", { integer(100), num(100), num(0) }), b);
+    EXPECT_EQ(callMethod(b, "curveTo", { integer(50), num(100), num(50), num(50), num(50) }), b);
+    EXPECT_EQ(callMethod(b, "curveTo", { integer(50), num(0), num(50), num(0), num(100), num(50), num(100) }),
               b);
     ASSERT_EQ(model(b).strokes().size(), 1u);
     const TouchBuilder::Stroke &s = model(b).strokes()[0];
@@ -255,25 +258,25 @@ TEST(GestureBuilderClass, LinesAndCurvesNeedAStroke)
 
 TEST(GestureBuilderClass, BuildSamplesEveryTwentyFiveMilliseconds)
 {
-    Object::Ptr b = newBuilder({num(100), num(100), integer(0)});
-    callMethod(b, "addStroke", {integer(0), num(0), num(0)});
-    callMethod(b, "lineTo", {integer(100), num(100), num(50)});
+    Object::Ptr b = newBuilder({ num(100), num(100), integer(0) });
+    callMethod(b, "addStroke", { integer(0), num(0), num(0) });
+    callMethod(b, "lineTo", { integer(100), num(100), num(50) });
     ASSERT_EQ(callMethod(b, "build"), b) << insp()->lastError().toStdString();
-    EXPECT_EQ(timestamps(b), (std::vector<int>{0, 25, 50, 75, 100}));
+    EXPECT_EQ(timestamps(b), (std::vector<int> { 0, 25, 50, 75, 100 }));
 
     // A stroke without a movement: the model's text is the message, and the samples stay.
-    callMethod(b, "addStroke", {integer(10), num(5), num(5)});
+    callMethod(b, "addStroke", { integer(10), num(5), num(5) });
     expectRefused(b, "build", {}, "Stroke added without a movement");
-    EXPECT_EQ(timestamps(b), (std::vector<int>{0, 25, 50, 75, 100}));
+    EXPECT_EQ(timestamps(b), (std::vector<int> { 0, 25, 50, 75, 100 }));
 }
 
 TEST(GestureBuilderClass, XmlInAndOut)
 {
-    Object::Ptr read = newBuilder({text(kOnePointXml)});
+    Object::Ptr read = newBuilder({ text(kOnePointXml) });
     ASSERT_TRUE(read);
     EXPECT_EQ(get(read, "areaWidth")->toDouble(), 200.0);
     EXPECT_EQ(xmlOf(read), kOnePointXml);
-    EXPECT_FALSE(newBuilder({text("<gestures>")}));
+    EXPECT_FALSE(newBuilder({ text("<gestures>") }));
     EXPECT_TRUE(insp()->lastError().startsWith("Error in XML data "));
 
     Object::Ptr b = newBuilder();
@@ -281,27 +284,31 @@ TEST(GestureBuilderClass, XmlInAndOut)
     ASSERT_TRUE(xml);
     EXPECT_EQ(xml->objectClass(), insp()->type(Inspector::Char));
     EXPECT_EQ(xml->toString().toStdString(), model(b).toXml());
-    EXPECT_EQ(callMethod(b, "fromXml", {text(kOnePointXml)}), b);
+    EXPECT_EQ(callMethod(b, "fromXml", { text(kOnePointXml) }), b);
     EXPECT_EQ(get(b, "unit")->toInteger(), 0);
-    EXPECT_FALSE(callMethod(b, "fromXml", {text("<gestures><multi-point")}));
+    EXPECT_FALSE(callMethod(b, "fromXml", { text("<gestures><multi-point") }));
     EXPECT_TRUE(insp()->lastError().startsWith("Error in XML data "));
     EXPECT_EQ(xmlOf(b), kOnePointXml);
 }
 
 TEST(GestureBuilderClass, TransformsReachTheModel)
 {
-    Object::Ptr b = newBuilder({text(kOnePointXml)});
-    const TouchPoint &p = model(b).gestures()[0].samples[0].points[0];  // (1, 2)
+    Object::Ptr b = newBuilder({ text(kOnePointXml) });
+    const TouchPoint &p = model(b).gestures()[0].samples[0].points[0]; // (1, 2)
     // Each step starts where the one before left the point; the default-centre forms turn about the centre
     // of the area (200 x 100 here).
-    const struct {
+    const struct
+    {
         const char *method;
         ObjectList args;
         float x, y;
     } steps[] = {
-        {"translate", {num(9), integer(8)}, 10, 10},          {"scale", {num(2), num(3), num(0), num(0)}, 20, 30},
-        {"rotate", {num(90), num(20), num(30)}, 20, 30},      {"scale", {num(2)}, -60, 10},
-        {"scale", {num(0.5), num(0.25)}, 20, 40},            {"rotate", {num(180)}, 180, 60},
+        { "translate", { num(9), integer(8) }, 10, 10 },
+        { "scale", { num(2), num(3), num(0), num(0) }, 20, 30 },
+        { "rotate", { num(90), num(20), num(30) }, 20, 30 },
+        { "scale", { num(2) }, -60, 10 },
+        { "scale", { num(0.5), num(0.25) }, 20, 40 },
+        { "rotate", { num(180) }, 180, 60 },
     };
     for (const auto &step : steps) {
         SCOPED_TRACE(testing::Message() << step.method << " to " << step.x << ", " << step.y);
@@ -310,11 +317,11 @@ TEST(GestureBuilderClass, TransformsReachTheModel)
         EXPECT_NEAR(p.y, step.y, 1e-4);
     }
 
-    EXPECT_EQ(callMethod(b, "accelerate", {num(2)}), b);
+    EXPECT_EQ(callMethod(b, "accelerate", { num(2) }), b);
     EXPECT_EQ(model(b).gestures()[0].speed, 0.5f);
 
     insp()->lastError();
-    EXPECT_FALSE(callMethod(b, "scale", {num(1), num(2), num(3)}));
+    EXPECT_FALSE(callMethod(b, "scale", { num(1), num(2), num(3) }));
     EXPECT_EQ(insp()->lastError(), "Found no matching overload");
 }
 
@@ -325,12 +332,12 @@ TEST(GestureBuilderClass, BadCallsAreRefusedWithoutHarm)
 
     {
         VexilTest::StderrCapture capture;
-        EXPECT_FALSE(cls->method(13)->invoke(b, ObjectList{integer(1)}));
+        EXPECT_FALSE(cls->method(13)->invoke(b, ObjectList { integer(1) }));
         EXPECT_EQ(capture.text(), "Class::invoke GestureBuilder::13: 3 arguments expected, 1 given\n");
     }
     EXPECT_EQ(insp()->lastError(), "Class::invoke GestureBuilder::13: 3 arguments expected, 1 given");
 
-    EXPECT_FALSE(cls->method(2)->invoke(b, ObjectList{num(1), Object::Ptr()}));
+    EXPECT_FALSE(cls->method(2)->invoke(b, ObjectList { num(1), Object::Ptr() }));
     EXPECT_FALSE(cls->method(16)->invoke(Object::Ptr(), ObjectList()));
     EXPECT_EQ(insp()->lastError(), "Cannot invoke non-static function build() without a object reference");
     EXPECT_FALSE(cls->method(16)->invoke(cls->createNull(), ObjectList()));
@@ -340,10 +347,10 @@ TEST(GestureBuilderClass, BadCallsAreRefusedWithoutHarm)
     EXPECT_FALSE(cls->property(0)->get(num(1)));
 
     {
-        VexilTest::StderrCapture capture;   // the reasons go to standard error
-        EXPECT_FALSE(cls->construct(ObjectList{num(1), num(2)}));
-        EXPECT_FALSE(cls->constructor(2)->construct(ObjectList{num(1)}));
-        EXPECT_FALSE(cls->constructor(2)->construct(ObjectList{num(1), Object::Ptr(), integer(0)}));
+        VexilTest::StderrCapture capture; // the reasons go to standard error
+        EXPECT_FALSE(cls->construct(ObjectList { num(1), num(2) }));
+        EXPECT_FALSE(cls->constructor(2)->construct(ObjectList { num(1) }));
+        EXPECT_FALSE(cls->constructor(2)->construct(ObjectList { num(1), Object::Ptr(), integer(0) }));
     }
     EXPECT_EQ(xmlOf(b), xmlOf(newBuilder()));
 }
@@ -353,7 +360,7 @@ TEST(GestureBuilderClass, NativeArguments)
     const GestureBuilderClass *cls = gestureClass();
     double width = 50, height = 40;
     int unit = 0;
-    void *areaArgs[] = {&width, &height, &unit};
+    void *areaArgs[] = { &width, &height, &unit };
     Object::Ptr b = cls->construct(2, areaArgs);
     ASSERT_TRUE(b);
     EXPECT_TRUE(b->ownsData);
@@ -367,7 +374,7 @@ TEST(GestureBuilderClass, NativeArguments)
 
     char xml[sizeof(kOnePointXml)];
     std::copy(kOnePointXml, kOnePointXml + sizeof(kOnePointXml), xml);
-    void *xmlArgs[] = {xml};
+    void *xmlArgs[] = { xml };
     Object::Ptr read = cls->construct(1, xmlArgs);
     ASSERT_TRUE(read);
     EXPECT_EQ(xmlOf(read), kOnePointXml);
@@ -376,7 +383,7 @@ TEST(GestureBuilderClass, NativeArguments)
     // Through an object handle the builder itself comes back.
     int time = 0;
     double x = 3, y = 4;
-    void *strokeArgs[] = {&time, &x, &y};
+    void *strokeArgs[] = { &time, &x, &y };
     EXPECT_EQ(cls->invoke(b, cls->method(10), strokeArgs), b);
     time = -2;
     EXPECT_FALSE(cls->invoke(b, cls->method(10), strokeArgs));

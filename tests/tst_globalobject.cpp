@@ -38,7 +38,10 @@ Object::Ptr listBody(const ObjectList &args, const Class *cls)
     return integer(int(args.size()));
 }
 
-Object::Ptr minusOne(const ObjectList &, const Class *) { return integer(-1); }
+Object::Ptr minusOne(const ObjectList &, const Class *)
+{
+    return integer(-1);
+}
 
 Object::Ptr rawSum(void **args, const Class *)
 {
@@ -82,7 +85,7 @@ TEST(GlobalClassDeathTest, DestructorDeletesEveryDescriptorOnce)
         {
             GlobalClass *gc = new GlobalClass();
             gc->addMethod(new CountedMethod("a", Signature(intArg("x"))));
-            gc->method(0);   // in the class's table from now on
+            gc->method(0); // in the class's table from now on
             gc->addMethod(new CountedMethod("b", Signature()));
             delete gc->injectMethod(new CountedMethod("a", Signature(intArg("y"))));
             gc->addEvent(new Event(gc, QStringLiteral("e"), Signature()));
@@ -121,7 +124,8 @@ TEST(GlobalClass, ListAndInvokerBodiesGetTheArguments)
     // The invoker form keeps the static flag it is given; called on an object, it is told the object's class.
     static RecordingInvoker invoker;
     const Argument nothing(primitive(Inspector::Void));
-    gc->addMethod(new GlobalMethod(&invoker, nothing, QStringLiteral("gcInvoked"), Signature(intArg("a")), true));
+    gc->addMethod(
+        new GlobalMethod(&invoker, nothing, QStringLiteral("gcInvoked"), Signature(intArg("a")), true));
     gc->addMethod(new GlobalMethod(&invoker, nothing, QStringLiteral("gcMember"), Signature(), false));
     const Object::Ptr a = integer(5);
     ASSERT_TRUE(callGlobal("gcInvoked", { a }));
@@ -175,7 +179,7 @@ TEST(GlobalClass, MethodsAddedLateOrMadeAheadTakeTheirPlace)
 {
     GlobalClass *gc = global();
     gc->addMethod(listMethod("gcEarly", Signature()));
-    ASSERT_EQ(gc->methods(QStringLiteral("gcEarly")).size(), 1u);   // builds the table
+    ASSERT_EQ(gc->methods(QStringLiteral("gcEarly")).size(), 1u); // builds the table
     const int before = gc->numMethods();
     // Both made before either is added: each gets the place it joins.
     GlobalMethod *first = listMethod("gcAhead1", Signature());
@@ -212,7 +216,8 @@ TEST(GlobalClass, InjectReplacesTheSameSignature)
 
     // Otherwise it is added: a plain for a pointer parameter, another length, another type.
     const Signature others[] = { Signature(intArg("a")), Signature(intArg("p"), intArg("q")),
-                                 Signature(Argument(primitive(Inspector::Double), ObjectAttribute::Pointer)) };
+                                 Signature(
+                                     Argument(primitive(Inspector::Double), ObjectAttribute::Pointer)) };
     for (const Signature &sig : others)
         EXPECT_EQ(gc->injectMethod(listMethod("gcInject", sig)), nullptr);
     EXPECT_EQ(gc->injectMethod(nullptr), nullptr);
@@ -223,7 +228,10 @@ TEST(GlobalClass, InjectReplacesTheSameSignature)
 namespace {
 
 int s_propertyValue = 7;
-Object::Ptr readValue(const Class *) { return integer(s_propertyValue); }
+Object::Ptr readValue(const Class *)
+{
+    return integer(s_propertyValue);
+}
 bool writeValue(void *value)
 {
     s_propertyValue = *static_cast<int *>(value);
@@ -236,7 +244,8 @@ TEST(GlobalClass, PropertiesEventsAndEnums)
 {
     GlobalClass *gc = global();
     const int index = gc->numProperties();
-    auto *p = new GlobalProperty(writeValue, readValue, Argument(primitive(Inspector::Int)), QStringLiteral("gcValue"),
+    auto *p = new GlobalProperty(writeValue, readValue, Argument(primitive(Inspector::Int)),
+                                 QStringLiteral("gcValue"),
                                  PropertyDeclaration::Readable | PropertyDeclaration::Writable);
     gc->addProperty(p);
     EXPECT_EQ(gc->property(QStringLiteral("gcValue")), p);
@@ -248,8 +257,8 @@ TEST(GlobalClass, PropertiesEventsAndEnums)
     EXPECT_TRUE(gc->setProperty(index, nullptr, &raw));
     EXPECT_EQ(gc->getProperty(index, nullptr, gc)->toInteger(), 5);
     // Without functions or the write flag: nothing to read, refused to write.
-    auto *bare = new GlobalProperty(nullptr, nullptr, Argument(primitive(Inspector::Int)), QStringLiteral("gcBare"),
-                                    PropertyDeclaration::Readable);
+    auto *bare = new GlobalProperty(nullptr, nullptr, Argument(primitive(Inspector::Int)),
+                                    QStringLiteral("gcBare"), PropertyDeclaration::Readable);
     gc->addProperty(bare);
     EXPECT_EQ(bare->get(Object::Ptr()), nullptr);
     {

@@ -49,7 +49,12 @@ public:
 class RecordingSender : public SendEventDelegate
 {
 public:
-    RecordingSender(std::vector<int> *log, int id, bool handles) : m_log(log), m_id(id), m_handles(handles) { }
+    RecordingSender(std::vector<int> *log, int id, bool handles)
+        : m_log(log)
+        , m_id(id)
+        , m_handles(handles)
+    {
+    }
     bool sendEvent(const Event *, Object::Ptr, const ObjectList &) const override
     {
         m_log->push_back(m_id);
@@ -89,9 +94,12 @@ TEST(InspectorStartup, BuiltInClassesAndNamespaces)
     Inspector *insp = Inspector::self();
     EXPECT_EQ(Inspector::insp, insp);
     ASSERT_EQ(insp->numClasses(), 16);
-    const char *const names[] = {"short",  "int",         "long",      "bool",           "char",        "double",
-                                 "int64",  "void",        "undefined", "Vexil::Global",  "Vexil_Array", "Vexil_Map",
-                                 "GestureBuilder", "ScreenPoint", "ScreenRectangle", "DateTime"};
+    const char *const names[] = { "short",          "int",         "long",
+                                  "bool",           "char",        "double",
+                                  "int64",          "void",        "undefined",
+                                  "Vexil::Global",  "Vexil_Array", "Vexil_Map",
+                                  "GestureBuilder", "ScreenPoint", "ScreenRectangle",
+                                  "DateTime" };
     for (int i = 0; i < 16; ++i) {
         ASSERT_NE(insp->type(i), nullptr) << i;
         EXPECT_STREQ(insp->type(i)->name(), names[i]) << i;
@@ -153,7 +161,7 @@ TEST(InspectorRegistry, RegistrationAppendsAndTakesOverTheName)
 
     // Many registrations grow the table past its first capacity.
     for (int i = 0; i < 80; ++i)
-        new PlainClass(("InspTest_Many" + QByteArray::number(i)).constData());     // the class copies the name
+        new PlainClass(("InspTest_Many" + QByteArray::number(i)).constData()); // the class copies the name
     EXPECT_EQ(insp->numClasses(), n + 82);
     EXPECT_STREQ(insp->type(n + 81)->name(), "InspTest_Many79");
     EXPECT_EQ(insp->type(n), first);
@@ -182,9 +190,9 @@ TEST(InspectorPrimitives, OwnedCopiesOfTheRightClass)
 {
     Inspector *insp = Inspector::self();
     const std::pair<Object::Ptr, int> cases[] = {
-        {insp->createPrimitive(42), Inspector::Int},   {insp->createPrimitive(42LL), Inspector::Int64},
-        {insp->createPrimitive(42L), Inspector::Long}, {insp->createPrimitive(true), Inspector::Bool},
-        {insp->createPrimitive(42.0), Inspector::Double},
+        { insp->createPrimitive(42), Inspector::Int },      { insp->createPrimitive(42LL), Inspector::Int64 },
+        { insp->createPrimitive(42L), Inspector::Long },    { insp->createPrimitive(true), Inspector::Bool },
+        { insp->createPrimitive(42.0), Inspector::Double },
     };
     for (const auto &c : cases) {
         ASSERT_TRUE(c.first) << c.second;
@@ -206,7 +214,8 @@ TEST(InspectorPrimitives, OwnedCopiesOfTheRightClass)
     EXPECT_NE(text->rawData(), static_cast<const void *>(source));
     EXPECT_STREQ(static_cast<const char *>(text->rawData()), source);
 
-    Object::Ptr list = insp->createPrimitive(QStringList{QStringLiteral("a"), QString::fromUtf8("\xc3\xa9")});
+    Object::Ptr list = insp->createPrimitive(
+        QStringList { QStringLiteral("a"), QString::fromUtf8("\xc3\xa9") });
     EXPECT_EQ(list->objectClass(), insp->type(Inspector::Char));
     EXPECT_EQ(list->objectAttribute(), ObjectAttribute(18, 2));
     EXPECT_TRUE(list->ownsData);
@@ -239,7 +248,7 @@ TEST(InspectorSettings, BooleansUniquePropertiesAndExtensionCode)
     EXPECT_FALSE(insp->isKeyEventCompressionAllowed(QStringLiteral("k")));
     insp->setMouseTracking(QStringLiteral("k"), false);
     EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("k")));
-    EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("K")));     // keys are case-sensitive
+    EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("K"))); // keys are case-sensitive
 
     insp->setUniqueProperty(QStringLiteral("QWidget"), QStringLiteral("objectName"));
     insp->setUniqueProperty(QStringLiteral("QLabel"), QStringLiteral("text"));
@@ -247,7 +256,8 @@ TEST(InspectorSettings, BooleansUniquePropertiesAndExtensionCode)
     EXPECT_EQ(insp->uniqueProperty(QStringLiteral("QWidget")), QStringLiteral("windowTitle"));
     EXPECT_TRUE(insp->uniqueProperty(QStringLiteral("QFrame")).isEmpty());
     EXPECT_EQ(insp->uniquePropertyClasses(),
-              (QStringList{QStringLiteral("QWidget"), QStringLiteral("QLabel"), QStringLiteral("QWidget")}));
+              (QStringList { QStringLiteral("QWidget"), QStringLiteral("QLabel"),
+                             QStringLiteral("QWidget") }));
 
     insp->setExtensionCode(QStringLiteral("code"), QStringLiteral("lang"));
     EXPECT_EQ(insp->extensionCode(), QStringLiteral("code"));
@@ -261,9 +271,9 @@ TEST(InspectorSettings, RecorderFiltersMatchExactlyOrByWildcard)
     insp->setRecorderFilter(QStringLiteral("f"), QStringLiteral("Q*Button"));
     EXPECT_TRUE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("QPushButton")));
     EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("qpushbutton")));
-    EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("QPushButtonX")));     // whole value
+    EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("QPushButtonX"))); // whole value
     EXPECT_FALSE(insp->matchRecordFilter(QStringLiteral("other"), QStringLiteral("QPushButton")));
-    insp->setRecorderFilter(QStringLiteral("f"), QStringLiteral("a[b"));     // equal text matches as it is
+    insp->setRecorderFilter(QStringLiteral("f"), QStringLiteral("a[b")); // equal text matches as it is
     EXPECT_TRUE(insp->matchRecordFilter(QStringLiteral("f"), QStringLiteral("a[b")));
 }
 
@@ -281,14 +291,14 @@ TEST(InspectorErrors, LastErrorConsumesTextAndUnmatchedProperties)
     insp->addUnmatchedProperty(QStringLiteral("k"), QStringLiteral("p"));
     insp->setError(QStringLiteral("kept"));
     EXPECT_EQ(insp->unmatchedProperties().size(), 1);
-    insp->setError(QString());     // an empty text also forgets the unmatched properties
+    insp->setError(QString()); // an empty text also forgets the unmatched properties
     EXPECT_TRUE(insp->unmatchedProperties().isEmpty());
     EXPECT_TRUE(insp->lastError().isEmpty());
 
-    EXPECT_FALSE(insp->call(QStringLiteral("f"), FList<QVariant>{QVariant(1)}).isValid());
+    EXPECT_FALSE(insp->call(QStringLiteral("f"), FList<QVariant> { QVariant(1) }).isValid());
     EXPECT_EQ(insp->lastError(),
-              QStringLiteral(
-                  "Cannot make remote calls right now. Make sure your application is running and hooked by Vexil."));
+              QStringLiteral("Cannot make remote calls right now. Make sure your application is running and "
+                             "hooked by Vexil."));
 }
 
 TEST(InspectorErrors, UnmatchedPropertiesShortestListWins)
@@ -296,25 +306,27 @@ TEST(InspectorErrors, UnmatchedPropertiesShortestListWins)
     Inspector *insp = Inspector::self();
     const QString a = QStringLiteral("a"), b = QStringLiteral("b"), c = QStringLiteral("c");
     const QString k = QStringLiteral("k");
-    insp->setUnmatchedProperties(k, QStringList{a, b});
-    insp->setUnmatchedProperties(k, QStringList{a, b, c});
-    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList{a, b}));
-    insp->setUnmatchedProperties(k, QStringList{c, a});     // a tie replaces
-    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList{c, a}));
-    insp->setUnmatchedProperties(k, QStringList{a});
+    insp->setUnmatchedProperties(k, QStringList { a, b });
+    insp->setUnmatchedProperties(k, QStringList { a, b, c });
+    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList { a, b }));
+    insp->setUnmatchedProperties(k, QStringList { c, a }); // a tie replaces
+    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList { c, a }));
+    insp->setUnmatchedProperties(k, QStringList { a });
 
     insp->addUnmatchedProperty(k, a);
     insp->addUnmatchedProperty(k, QStringLiteral("A"));
     insp->addUnmatchedProperty(QStringLiteral("j"), b);
-    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList{a, QStringLiteral("A")}));
+    EXPECT_EQ(insp->unmatchedProperties().value(k), (QStringList { a, QStringLiteral("A") }));
     insp->removeUnmatchedProperties(k);
-    EXPECT_EQ(insp->unmatchedProperties().keys(), (QStringList{QStringLiteral("j")}));
+    EXPECT_EQ(insp->unmatchedProperties().keys(), (QStringList { QStringLiteral("j") }));
     insp->lastError();
 }
 
 TEST(InspectorErrors, Unescape2)
 {
-    EXPECT_EQ(unescape2(QStringLiteral("a\x01" "b")), QStringLiteral("a.b"));
+    EXPECT_EQ(unescape2(QStringLiteral("a\x01"
+                                       "b")),
+              QStringLiteral("a.b"));
     EXPECT_EQ(unescape2(QStringLiteral("a\\\\b")), QStringLiteral("a\\b"));
     EXPECT_EQ(unescape2(QStringLiteral("\\\\\\\\\\")), QStringLiteral("\\\\\\"));
     EXPECT_EQ(unescape2(QStringLiteral("\\.x")), QStringLiteral("\\.x"));
@@ -328,18 +340,20 @@ TEST(InspectorEvents, SendEventNullChecksAndDelegateOrder)
     PlainClass *cls = new PlainClass("InspTest_EventOwner");
     Event event(cls, QStringLiteral("clicked"), Signature());
     Object::Ptr obj(new Object(dummy, cls, ObjectAttribute()));
-    insp->sendEvent(&event, obj, ObjectList());     // no delegates yet: nothing happens
+    insp->sendEvent(&event, obj, ObjectList()); // no delegates yet: nothing happens
     {
         VexilTest::StderrCapture capture;
         insp->sendEvent(nullptr, obj, ObjectList());
-        EXPECT_EQ(capture.text(), "Inspector::sendEvent failed because object or event are null (event: "
-                                      + pointerText(nullptr) + ", object: " + pointerText(obj.get()) + ")");
+        EXPECT_EQ(capture.text(),
+                  "Inspector::sendEvent failed because object or event are null (event: "
+                      + pointerText(nullptr) + ", object: " + pointerText(obj.get()) + ")");
     }
     {
         VexilTest::StderrCapture capture;
         insp->sendEvent(&event, Object::Ptr(), ObjectList());
-        EXPECT_EQ(capture.text(), "Inspector::sendEvent failed because object or event are null (event: "
-                                      + pointerText(&event) + ", object: " + pointerText(nullptr) + ")");
+        EXPECT_EQ(capture.text(),
+                  "Inspector::sendEvent failed because object or event are null (event: "
+                      + pointerText(&event) + ", object: " + pointerText(nullptr) + ")");
     }
 
     static std::vector<int> log;
@@ -348,17 +362,17 @@ TEST(InspectorEvents, SendEventNullChecksAndDelegateOrder)
     new RecordingSender(&log, 2, true);
     new RecordingSender(&log, 3, true);
     insp->sendEvent(&event, obj, ObjectList());
-    EXPECT_EQ(log, (std::vector<int>{1, 2}));
+    EXPECT_EQ(log, (std::vector<int> { 1, 2 }));
     log.clear();
-    event.sendEvent(obj, ObjectList());     // the descriptor goes the same way
-    EXPECT_EQ(log, (std::vector<int>{1, 2}));
+    event.sendEvent(obj, ObjectList()); // the descriptor goes the same way
+    EXPECT_EQ(log, (std::vector<int> { 1, 2 }));
 }
 
 TEST(InspectorEvents, RecordEventGoesToTheLatestNotifyDelegate)
 {
     Inspector *insp = Inspector::self();
     EventData data;
-    insp->recordEvent(data);     // none installed
+    insp->recordEvent(data); // none installed
     RecordingNotify first;
     insp->recordEvent(data);
     EXPECT_EQ(first.calls, 1);
@@ -376,7 +390,11 @@ TEST(InspectorEnumerators, QualifiedAndGlobalNames)
 {
     struct EnumClass : public PlainClass
     {
-        EnumClass() : PlainClass("InspTest_Enums") { setNumEnums(1); }
+        EnumClass()
+            : PlainClass("InspTest_Enums")
+        {
+            setNumEnums(1);
+        }
         Enum *createEnum(int) const override { return new Enum(this, QStringLiteral("Color")); }
     };
     Inspector *insp = Inspector::self();
@@ -384,7 +402,7 @@ TEST(InspectorEnumerators, QualifiedAndGlobalNames)
     EXPECT_EQ(insp->enumerator(QStringLiteral("InspTest_Enums::Color")), cls->enumerator(0));
     EXPECT_EQ(insp->enumerator(QStringLiteral("InspTest_Enums::Shape")), nullptr);
     EXPECT_EQ(insp->enumerator(QStringLiteral("NoClass::Color")), nullptr);
-    EXPECT_EQ(insp->enumerator(QStringLiteral("Color")), nullptr);     // not a global enum
+    EXPECT_EQ(insp->enumerator(QStringLiteral("Color")), nullptr); // not a global enum
 
     // A leading "::" is not a separator: the global class is asked for "::E".
     GlobalClass *global = const_cast<GlobalClass *>(dynamic_cast<const GlobalClass *>(insp->globalClass()));
@@ -404,20 +422,23 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
     Inspector *insp = Inspector::self();
     PlainClass *cls = new PlainClass("InspTest_Window");
     // Registered in an order different from the list order.
-    TopLevel *tk = new TopLevel(QStringLiteral("Vexil::ToplevelTk"), cls, {QStringLiteral("tk1")});
-    TopLevel *android = new TopLevel(QStringLiteral("Vexil::ToplevelAndroid"), cls, {QStringLiteral("and1")});
-    TopLevel *qt = new TopLevel(QStringLiteral("Vexil::ToplevelQt"), cls, {QStringLiteral("q1"), QStringLiteral("q2")});
-    TopLevel *gui = new TopLevel(QStringLiteral("QtGUIObject"), cls, {QStringLiteral("gui1")});
-    new TopLevel(QStringLiteral("Vexil::ToplevelOther"), cls, {QStringLiteral("other")});
+    TopLevel *tk = new TopLevel(QStringLiteral("Vexil::ToplevelTk"), cls, { QStringLiteral("tk1") });
+    TopLevel *android = new TopLevel(QStringLiteral("Vexil::ToplevelAndroid"), cls,
+                                     { QStringLiteral("and1") });
+    TopLevel *qt = new TopLevel(QStringLiteral("Vexil::ToplevelQt"), cls,
+                                { QStringLiteral("q1"), QStringLiteral("q2") });
+    TopLevel *gui = new TopLevel(QStringLiteral("QtGUIObject"), cls, { QStringLiteral("gui1") });
+    new TopLevel(QStringLiteral("Vexil::ToplevelOther"), cls, { QStringLiteral("other") });
 
     // Added before the first enumeration: lost.
-    TopLevel *early = new TopLevel(QStringLiteral("InspTest_Early"), cls, {QStringLiteral("early")});
+    TopLevel *early = new TopLevel(QStringLiteral("InspTest_Early"), cls, { QStringLiteral("early") });
     insp->addTopLevelHierarchyDelegate(early);
     EXPECT_EQ(insp->topLevelHierarchyDelegates(), nullptr);
 
     EXPECT_EQ(insp->numObjects(), 5);
     ASSERT_NE(insp->topLevelHierarchyDelegates(), nullptr);
-    EXPECT_EQ(*insp->topLevelHierarchyDelegates(), (std::vector<ObjectHierarchyDelegate *>{qt, tk, gui, android}));
+    EXPECT_EQ(*insp->topLevelHierarchyDelegates(),
+              (std::vector<ObjectHierarchyDelegate *> { qt, tk, gui, android }));
     EXPECT_EQ(insp->object(1), qt->m_objects[1]);
     EXPECT_EQ(insp->object(2), tk->m_objects[0]);
     EXPECT_EQ(insp->object(4), android->m_objects[0]);
@@ -435,7 +456,7 @@ TEST(InspectorTopLevel, ListIsBuiltOnceInFixedOrder)
     EXPECT_EQ(insp->object(QStringLiteral("early")), nullptr);
 
     // Once the list exists, additions count; later registrations with the factory do not.
-    new TopLevel(QStringLiteral("Vexil::ToplevelWin"), cls, {QStringLiteral("win1")});
+    new TopLevel(QStringLiteral("Vexil::ToplevelWin"), cls, { QStringLiteral("win1") });
     EXPECT_EQ(insp->numObjects(), 5);
     insp->addTopLevelHierarchyDelegate(early);
     EXPECT_EQ(insp->numObjects(), 6);
@@ -465,7 +486,7 @@ public:
     int numObjects() const override { return log("numObjects", 3); }
     Object::Ptr object(int) const override { return log("object(int)", answer); }
     Object::Ptr object(const QString &n) const override { return log("object(" + n + ")", answer); }
-    ObjectList objects() const override { return log("objects", ObjectList{answer}); }
+    ObjectList objects() const override { return log("objects", ObjectList { answer }); }
     Object::Ptr findObject(const QString &n) override { return log("findObject(" + n + ")", answer); }
     int numClasses() const override { return log("numClasses", 99); }
     const Class *type(int i) const override { return log(QStringLiteral("type(%1)").arg(i), typeAnswer); }
@@ -473,7 +494,10 @@ public:
     int registerClass(const Class *) const override { return log("registerClass", 1234); }
     int numNamespaces() const override { return log("numNamespaces", 7); }
     Namespace *nameSpace(int) const override { return log<Namespace *>("nameSpace(int)", nullptr); }
-    Namespace *nameSpace(const QString &) const override { return log<Namespace *>("nameSpace(name)", nullptr); }
+    Namespace *nameSpace(const QString &) const override
+    {
+        return log<Namespace *>("nameSpace(name)", nullptr);
+    }
     Namespace *nameSpaceFromFullyQualifiedName(const QString &) const override { return nullptr; }
     int registerNamespace(Namespace *) const override { return log("registerNamespace", 55); }
     Object::Ptr createPrimitive(int) override { return log("prim(int)", answer); }
@@ -498,9 +522,18 @@ public:
     QString lastError() const override { return log("lastError", QStringLiteral("remote error")); }
     bool installObjectEventHandler(Object::Ptr, const QString &, const QString &) override { return false; }
     bool uninstallObjectEventHandler(Object::Ptr, const QString &, const QString &) override { return false; }
-    bool installClassEventHandler(const QString &, const QString &, const QString &) override { return false; }
-    bool uninstallClassEventHandler(const QString &, const QString &, const QString &) override { return false; }
-    bool installGlobalEventHandler(const QString &, const QString &) override { return log("installGlobal", true); }
+    bool installClassEventHandler(const QString &, const QString &, const QString &) override
+    {
+        return false;
+    }
+    bool uninstallClassEventHandler(const QString &, const QString &, const QString &) override
+    {
+        return false;
+    }
+    bool installGlobalEventHandler(const QString &, const QString &) override
+    {
+        return log("installGlobal", true);
+    }
     bool uninstallGlobalEventHandler(const QString &, const QString &) override { return false; }
     QVariant call(const QString &n, const FList<QVariant> &a) override
     {
@@ -508,7 +541,8 @@ public:
     }
     QMap<QString, QStringList> unmatchedProperties() const override
     {
-        return log("unmatchedProperties", QMap<QString, QStringList>{{QStringLiteral("remote"), QStringList()}});
+        return log("unmatchedProperties",
+                   QMap<QString, QStringList> { { QStringLiteral("remote"), QStringList() } });
     }
 };
 
@@ -528,7 +562,11 @@ void withOwnInspector(Body body)
 struct CountedClass : public Class
 {
     static int instances;
-    CountedClass(const char *name, Namespace *ns) : Class(name, ns, true) { ++instances; }
+    CountedClass(const char *name, Namespace *ns)
+        : Class(name, ns, true)
+    {
+        ++instances;
+    }
     ~CountedClass() override { --instances; }
 };
 int CountedClass::instances = 0;
@@ -536,7 +574,11 @@ int CountedClass::instances = 0;
 struct CountedNamespace : public Namespace
 {
     static int instances;
-    CountedNamespace(Namespace *parent, const QString &name) : Namespace(parent, name) { ++instances; }
+    CountedNamespace(Namespace *parent, const QString &name)
+        : Namespace(parent, name)
+    {
+        ++instances;
+    }
     ~CountedNamespace() override { --instances; }
 };
 int CountedNamespace::instances = 0;
@@ -561,7 +603,7 @@ TEST(InspectorLifecycle, DestructorDeletesClassesAndNamespacesSendersLeave)
             own->sendEvent(&event, obj, ObjectList());
         }
         own->sendEvent(&event, obj, ObjectList());
-        EXPECT_EQ(log, std::vector<int>{1});     // a destroyed sender left the list
+        EXPECT_EQ(log, std::vector<int> { 1 }); // a destroyed sender left the list
     });
     EXPECT_EQ(CountedClass::instances, 0);
     EXPECT_EQ(CountedNamespace::instances, 0);
@@ -578,7 +620,7 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
         EXPECT_EQ(insp->numObjects(), 3);
         fake.typeAnswer = localInt;
         EXPECT_EQ(insp->type(QStringLiteral("x")), localInt);
-        EXPECT_EQ(insp->globalClass(), localInt);     // through the virtual type(int)
+        EXPECT_EQ(insp->globalClass(), localInt); // through the virtual type(int)
         EXPECT_EQ(insp->globalNamespace(), nullptr);
         EXPECT_EQ(insp->registerClass(localInt), 1234);
         fake.answer = Object::Ptr(new Object(dummy, localInt, ObjectAttribute()));
@@ -587,18 +629,18 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
         EXPECT_EQ(insp->voidObject(), fake.answer);
         EXPECT_EQ(insp->findObject(QStringLiteral("name")), fake.answer);
         EXPECT_EQ(insp->object(QStringLiteral("n"), nullptr), fake.answer);
-        EXPECT_EQ(insp->call(QStringLiteral("f"), FList<QVariant>{QVariant(1), QVariant(2)}), QVariant(2));
-        EXPECT_EQ(insp->unmatchedProperties().keys(), QStringList{QStringLiteral("remote")});
+        EXPECT_EQ(insp->call(QStringLiteral("f"), FList<QVariant> { QVariant(1), QVariant(2) }), QVariant(2));
+        EXPECT_EQ(insp->unmatchedProperties().keys(), QStringList { QStringLiteral("remote") });
         EXPECT_TRUE(insp->installGlobalEventHandler(QStringLiteral("e"), QStringLiteral("h")));
         // Event compression reaches only an implementation; the setters forward instead of storing.
         insp->enableEventCompression(QStringLiteral("k"), true);
         insp->setMouseTracking(QStringLiteral("m"), true);
         EXPECT_FALSE(insp->hasMouseTracking(QStringLiteral("m")));
-        EXPECT_EQ(fake.calls, (QStringList{"numClasses", "numNamespaces", "numObjects", "type(x)", "type(9)",
-                                           "nameSpace(int)", "registerClass", "prim(int)", "prim(text)",
-                                           "voidObject", "findObject(name)", "object(n)", "call(f)",
-                                           "unmatchedProperties", "installGlobal", "enableEventCompression(k)",
-                                           "setMouseTracking"}));
+        EXPECT_EQ(fake.calls,
+                  (QStringList { "numClasses", "numNamespaces", "numObjects", "type(x)", "type(9)",
+                                 "nameSpace(int)", "registerClass", "prim(int)", "prim(text)", "voidObject",
+                                 "findObject(name)", "object(n)", "call(f)", "unmatchedProperties",
+                                 "installGlobal", "enableEventCompression(k)", "setMouseTracking" }));
         fake.calls.clear();
 
         // sendEvent checks for null locally before forwarding.
@@ -610,12 +652,13 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
         EXPECT_TRUE(fake.calls.isEmpty());
         Event event(localInt, QStringLiteral("e"), Signature());
         insp->sendEvent(&event, fake.answer, ObjectList());
-        EXPECT_EQ(fake.calls, QStringList{QStringLiteral("sendEvent")});
+        EXPECT_EQ(fake.calls, QStringList { QStringLiteral("sendEvent") });
         fake.calls.clear();
 
         // An empty name is refused locally, and the error goes both ways.
         EXPECT_EQ(insp->findObject(QString()), nullptr);
-        EXPECT_EQ(fake.calls, QStringList{QStringLiteral("setError(Empty Object Name passed to findObject!)")});
+        EXPECT_EQ(fake.calls,
+                  QStringList { QStringLiteral("setError(Empty Object Name passed to findObject!)") });
         EXPECT_EQ(insp->lastError(), QStringLiteral("remote error"));
 
         // The top-level list is not built nor extended while an implementation answers.
@@ -626,7 +669,7 @@ TEST(InspectorForwarding, CallsGoToTheImplementation)
         fake.calls.clear();
         fake.typeAnswer = nullptr;
         EXPECT_EQ(insp->enumerator(QStringLiteral("Remote::Cls::E")), nullptr);
-        EXPECT_EQ(fake.calls, QStringList{QStringLiteral("type(Remote::Cls)")});
+        EXPECT_EQ(fake.calls, QStringList { QStringLiteral("type(Remote::Cls)") });
 
         insp->setError(QStringLiteral("both"));
         insp->setInspectorInterfaceImpl(nullptr);

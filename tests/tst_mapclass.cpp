@@ -15,8 +15,14 @@ typedef std::map<QString, Object::Ptr> Entries;
 using VexilTest::CountedObject;
 using VexilTest::insp;
 // The helpers never create the Inspector themselves.
-const Class *mapClass() { return insp() ? MapClass::registeredClass() : nullptr; }
-Object::Ptr text(const char *s) { return insp()->createPrimitive(s); }
+const Class *mapClass()
+{
+    return insp() ? MapClass::registeredClass() : nullptr;
+}
+Object::Ptr text(const char *s)
+{
+    return insp()->createPrimitive(s);
+}
 
 Object::Ptr callAt(const Object::Ptr &map, const Object::Ptr &key)
 {

@@ -24,7 +24,10 @@ namespace {
 class TestClass : public VexilTest::ChainClass
 {
 public:
-    explicit TestClass(const char *name, Namespace *ns = nullptr) : ChainClass(name, nullptr, ns) { }
+    explicit TestClass(const char *name, Namespace *ns = nullptr)
+        : ChainClass(name, nullptr, ns)
+    {
+    }
 
     using Class::construct;
     using Class::getProperty;
@@ -152,7 +155,8 @@ TEST(MemberText, SignaturesMethodsAndConstructors)
     const Class *str = new TestClass("QString");
     const Class *integer = primitive(Inspector::Int);
     // The return type keeps "*" and "&" next to the type; parameters put a blank before them.
-    Method ptr(str, Argument(str, ObjectAttribute::Pointer), "name", Signature(Argument("s", str, 2)), false, 0);
+    Method ptr(str, Argument(str, ObjectAttribute::Pointer), "name", Signature(Argument("s", str, 2)), false,
+               0);
     EXPECT_EQ(ptr.toString(), "QString* name(QString * s)");
     EXPECT_EQ(Method(str, Argument(integer), "count", Signature(), false, 1).toString(), "int count()");
     Method text(str, Argument(str, ObjectAttribute::ConstValue | ObjectAttribute::Reference), "text",
@@ -164,7 +168,8 @@ TEST(MemberText, SignaturesMethodsAndConstructors)
     EXPECT_EQ(Signature(Argument("v", c, ObjectAttribute::Array, 3)).toString(), "(TMText [3] v)");
     EXPECT_EQ(Signature(Argument(c, ObjectAttribute::Array, 0)).toString(), "(TMText [])");
     EXPECT_EQ(Signature(Argument("p", c, 10u)).toString(), "(TMText * const p)");
-    EXPECT_EQ(Signature(Argument(c, 31u, 2), Argument("b", c)).toString(), "(const TMText & * [2] const, TMText b)");
+    EXPECT_EQ(Signature(Argument(c, 31u, 2), Argument("b", c)).toString(),
+              "(const TMText & * [2] const, TMText b)");
     EXPECT_EQ(Method(c, Argument(c, 31u, 4), "all", Signature(), false, 0).toString(),
               "const TMText&* [4] const all()");
     EXPECT_EQ(Signature().toString(), "()");
@@ -218,13 +223,16 @@ TEST(MethodList, ConversionIsAskedWithBothPointerBits)
         asked.emplace_back(s, p);
         return t == target;
     };
-    source->converter = [](Object::Ptr, const Class *t, bool) { return t->wrap(&s_dataC, ObjectAttribute()); };
+    source->converter = [](Object::Ptr, const Class *t, bool) {
+        return t->wrap(&s_dataC, ObjectAttribute());
+    };
     TestClass *c = new TestClass("TMOvPtr");
     c->addMethod("g", Signature(Argument(target, ObjectAttribute::Pointer)));
     bool found = false;
     c->methods("g").invoke(c->make(&s_dataA), ObjectList { source->make(&s_dataB) }, &found);
     EXPECT_TRUE(found);
-    c->methods("g").invoke(c->make(&s_dataA), ObjectList { source->make(&s_dataB, ObjectAttribute::Pointer) });
+    c->methods("g").invoke(c->make(&s_dataA),
+                           ObjectList { source->make(&s_dataB, ObjectAttribute::Pointer) });
     ASSERT_GE(asked.size(), 2u);
     EXPECT_EQ(asked.front(), std::make_pair(false, true));
     EXPECT_EQ(asked.back(), std::make_pair(true, true));
@@ -272,7 +280,9 @@ TEST(MethodList, VoidParametersAndPrimitiveConversions)
     EXPECT_EQ(c->raw.args.at(0), &s_dataB);
 
     std::vector<int> seen;
-    c->onInvoke = [&seen](void **args) { seen = { *static_cast<int *>(args[0]), *static_cast<int *>(args[1]) }; };
+    c->onInvoke = [&seen](void **args) {
+        seen = { *static_cast<int *>(args[0]), *static_cast<int *>(args[1]) };
+    };
     Inspector *insp = Inspector::self();
     const ObjectList args { insp->createPrimitive(-2.7), insp->createPrimitive(5) };
     bool found = false;
@@ -362,8 +372,9 @@ TEST(Construction, ChoosesFirstFittingConstructorAndReports)
     StderrCapture err;
     EXPECT_EQ(c->construct(ObjectList { c->make(&s_dataA) }), nullptr);
     EXPECT_EQ(c->constructor(1)->construct(ObjectList()), nullptr);
-    EXPECT_EQ(err.text(), "Class::construct: No matching constructor found\n"
-                          "Constructor::construct TMCtor: 1 arguments expected, 0 given\n");
+    EXPECT_EQ(err.text(),
+              "Class::construct: No matching constructor found\n"
+              "Constructor::construct TMCtor: 1 arguments expected, 0 given\n");
     EXPECT_EQ(c->raw.calls, 2);
 }
 
@@ -402,7 +413,8 @@ TEST_F(PropertyTest, AccessChecksSetScriptErrors)
     EXPECT_EQ(insp->lastError(), "Cannot access non-static property rw without object reference");
     EXPECT_FALSE(prop("rw")->set(cls->make(nullptr), value->make(&s_dataB)));
     EXPECT_EQ(insp->lastError(), "Cannot access property rw on null object reference");
-    EXPECT_EQ(prop("global")->get(cls->make(nullptr)), nullptr); // static or not, a given object must hold data
+    EXPECT_EQ(prop("global")->get(cls->make(nullptr)),
+              nullptr); // static or not, a given object must hold data
     EXPECT_EQ(insp->lastError(), "Cannot access property global on null object reference");
 
     // An invalidated object is a null one first, unless its type says otherwise.
@@ -451,11 +463,12 @@ TEST_F(PropertyTest, ClassLevelMessages)
     EXPECT_FALSE(cls->setProperty(Object::Ptr(), prop("rw"), value->make(&s_dataB)));
     EXPECT_FALSE(prop("ro")->set(obj, value->make(&s_dataB)));
     EXPECT_FALSE(prop("rw")->set(obj, unrelated->make(&s_dataB)));
-    EXPECT_EQ(err.text(), "Class::getProperty: No such property: 99\n"
-                          "Class::getProperty: property secret is not readable\n"
-                          "Class::setProperty: Can't set non-static property without object reference\n"
-                          "Object::setProperty: property ro is not writable\n"
-                          "Object::setProperty: type TMPropUnrelated cannot be converted to TMPropValue\n");
+    EXPECT_EQ(err.text(),
+              "Class::getProperty: No such property: 99\n"
+              "Class::getProperty: property secret is not readable\n"
+              "Class::setProperty: Can't set non-static property without object reference\n"
+              "Object::setProperty: property ro is not writable\n"
+              "Object::setProperty: type TMPropUnrelated cannot be converted to TMPropValue\n");
     EXPECT_EQ(cls->raw.calls, before);
 }
 
@@ -620,11 +633,13 @@ TEST(Conversion, TolerantFormsFlipThePointerForm)
     EXPECT_FALSE(c->canConvertTo(plain, true, false, nullptr));
     EXPECT_TRUE(c->canConvertToTolerant(plain, true, false, nullptr));
     EXPECT_FALSE(c->canConvertToTolerant(plain, true, true, nullptr));
-    EXPECT_EQ(c->convertToTolerant(c->make(&s_dataA, ObjectAttribute::Pointer), plain, false)->rawData(), &s_dataA);
+    EXPECT_EQ(c->convertToTolerant(c->make(&s_dataA, ObjectAttribute::Pointer), plain, false)->rawData(),
+              &s_dataA);
 
     Object::Ptr value = c->make(&s_dataA);
     EXPECT_EQ(c->convertToTolerant(value, c, false), value);
-    EXPECT_EQ(c->convertToTolerant(value, c, true)->objectAttribute().flags, unsigned(ObjectAttribute::Pointer));
+    EXPECT_EQ(c->convertToTolerant(value, c, true)->objectAttribute().flags,
+              unsigned(ObjectAttribute::Pointer));
     EXPECT_EQ(c->convertToTolerant(c->make(nullptr, ObjectAttribute::Pointer), c, false), nullptr);
     EXPECT_EQ(Inspector::self()->lastError(), "Referencing or dereferencing of object failed.");
 }
@@ -700,7 +715,8 @@ protected:
     // What \p original writes reads back into \p make() and writes the same again; every shorter prefix fails
     // and leaves a fresh \p make() as \p unchanged finds it.
     template <class T>
-    void roundTrip(const T &original, const std::function<T *()> &make, const std::function<bool(const T &)> &unchanged)
+    void roundTrip(const T &original, const std::function<T *()> &make,
+                   const std::function<bool(const T &)> &unchanged)
     {
         const QByteArray bytes = streamBytes([&](QDataStream &s) { original.writeObject(s); });
         std::unique_ptr<T> back(make());
@@ -723,11 +739,13 @@ Enum *StreamTest::color = nullptr;
 TEST_F(StreamTest, EveryDescriptorRoundTrips)
 {
     Method m(owner, Argument(owner, 6), "paint",
-             Signature(Argument("c", owner, ObjectAttribute(18, 3), color), Argument(primitive(Inspector::Int))),
+             Signature(Argument("c", owner, ObjectAttribute(18, 3), color),
+                       Argument(primitive(Inspector::Int))),
              true, 12);
     m.deprecate("use draw");
-    roundTrip<Method>(m, [] { return new Method(nullptr, Argument(), "old", Signature(), false, 5); },
-                      [](const Method &x) { return x.name() == "old" && x.index() == 5; });
+    roundTrip<Method>(
+        m, [] { return new Method(nullptr, Argument(), "old", Signature(), false, 5); },
+        [](const Method &x) { return x.name() == "old" && x.index() == 5; });
     Method back(nullptr, Argument(), QString(), Signature(), false, 0);
     QByteArray bytes = streamBytes([&](QDataStream &s) { m.writeObject(s); });
     QDataStream in(bytes);
@@ -738,26 +756,31 @@ TEST_F(StreamTest, EveryDescriptorRoundTrips)
     EXPECT_TRUE(back.isStatic());
     EXPECT_EQ(back.deprecationMessage(), "use draw");
 
-    roundTrip<Constructor>(Constructor(owner, Signature(Argument(owner)), 2),
-                           [] { return new Constructor(nullptr, Signature(), 9); },
-                           [](const Constructor &x) { return x.index() == 9; });
-    roundTrip<Event>(Event(owner, "changed", Signature(Argument("v", owner))),
-                     [] { return new Event(nullptr, "keep", Signature()); },
-                     [](const Event &x) { return x.name() == "keep"; });
-    roundTrip<Enum>(*color, [] { return new Enum(nullptr, "keep"); },
-                    [](const Enum &x) { return x.count() == 0; });
+    roundTrip<Constructor>(
+        Constructor(owner, Signature(Argument(owner)), 2),
+        [] { return new Constructor(nullptr, Signature(), 9); },
+        [](const Constructor &x) { return x.index() == 9; });
+    roundTrip<Event>(
+        Event(owner, "changed", Signature(Argument("v", owner))),
+        [] { return new Event(nullptr, "keep", Signature()); },
+        [](const Event &x) { return x.name() == "keep"; });
+    roundTrip<Enum>(
+        *color, [] { return new Enum(nullptr, "keep"); }, [](const Enum &x) { return x.count() == 0; });
     using D = PropertyDeclaration;
     D *decl = new D(owner, Argument(owner, 0, 0, color), "tint", D::Readable | D::Stored, "tint", "setTint");
-    roundTrip<Property>(Property(decl, owner, 4, true), [] { return new Property(nullptr, nullptr, 3); },
-                        [](const Property &x) { return x.declaration() == nullptr && x.index() == 3; });
+    roundTrip<Property>(
+        Property(decl, owner, 4, true), [] { return new Property(nullptr, nullptr, 3); },
+        [](const Property &x) { return x.declaration() == nullptr && x.index() == 3; });
 }
 
 TEST_F(StreamTest, AttributeGivenOnlyFlagsHasNoElementCount)
 {
     const ObjectAttribute pointer(ObjectAttribute::Pointer);
-    EXPECT_EQ(streamBytes([&](QDataStream &s) { pointer.writeObject(s); }), QByteArray::fromHex("00000002 00000000"));
+    EXPECT_EQ(streamBytes([&](QDataStream &s) { pointer.writeObject(s); }),
+              QByteArray::fromHex("00000002 00000000"));
     // No name, class "int", flags 2, count 0, no enumeration.
-    EXPECT_EQ(streamBytes([&](QDataStream &s) { Argument(primitive(Inspector::Int), pointer).writeObject(s); }),
+    EXPECT_EQ(streamBytes(
+                  [&](QDataStream &s) { Argument(primitive(Inspector::Int), pointer).writeObject(s); }),
               QByteArray::fromHex("ffffffff 00000006 0069 006e 0074 00000002 00000000 ffffffff ffffffff"));
 }
 

@@ -47,7 +47,8 @@ public:
         freed.push_back(data);
         freedFlags.push_back(attr.flags);
     }
-    bool canConvertTo(const Class *target, bool sourceIsPointer, bool targetIsPointer, void **conv) const override
+    bool canConvertTo(const Class *target, bool sourceIsPointer, bool targetIsPointer,
+                      void **conv) const override
     {
         askedTarget = target;
         askedSourcePointer = sourceIsPointer;
@@ -74,7 +75,9 @@ class FixedHierarchy : public ObjectHierarchyDelegate
 {
 public:
     FixedHierarchy(const QString &cls, const QString &answer, int kids = 0)
-        : ObjectHierarchyDelegate(cls), m_answer(answer), m_kids(kids)
+        : ObjectHierarchyDelegate(cls)
+        , m_answer(answer)
+        , m_kids(kids)
     {
     }
     int numChildren(Object::Ptr) const override { return m_kids; }
@@ -95,7 +98,11 @@ private:
 class TestConversion : public ConversionDelegate
 {
 public:
-    TestConversion(const QString &cls, ConvertFlags supported) : ConversionDelegate(cls), m_supported(supported) { }
+    TestConversion(const QString &cls, ConvertFlags supported)
+        : ConversionDelegate(cls)
+        , m_supported(supported)
+    {
+    }
     ConvertFlags supportedConversions(ConvertFlags) const override { return m_supported; }
     QString toString(Object::Ptr) const override { return QStringLiteral("text"); }
     int toInteger(Object::Ptr) const override { return 7; }
@@ -134,9 +141,9 @@ TEST(SharedPtr, CountingAssignmentAndNullness)
         b = SharedPtr<Counted>();
         c = SharedPtr<Counted>();
         SharedPtr<Counted> &alias = a;
-        a = alias;     // self-assignment must not release the only reference
+        a = alias; // self-assignment must not release the only reference
         EXPECT_EQ(a->refCount(), 1u);
-        a = SharedPtr<Counted>(new Counted);     // replaces: the old one goes
+        a = SharedPtr<Counted>(new Counted); // replaces: the old one goes
         EXPECT_EQ(Counted::instances, 1);
     }
     EXPECT_EQ(Counted::instances, 0);
@@ -165,7 +172,7 @@ TEST(SharedPtr, CountingAssignmentAndNullness)
 
 TEST(ObjectList, AtThrowsWithRangeMessageOperatorDoesNotCheck)
 {
-    ObjectList list{makeObject(dummy, nullptr), Object::Ptr()};
+    ObjectList list { makeObject(dummy, nullptr), Object::Ptr() };
     const ObjectList &constList = list;
     auto message = [](auto call) {
         try {
@@ -176,7 +183,8 @@ TEST(ObjectList, AtThrowsWithRangeMessageOperatorDoesNotCheck)
         return std::string("no exception");
     };
     EXPECT_EQ(message([&] { list.at(1); }), "no exception");
-    EXPECT_EQ(message([&] { list.at(2); }), "vector::_M_range_check: __n (which is 2) >= this->size() (which is 2)");
+    EXPECT_EQ(message([&] { list.at(2); }),
+              "vector::_M_range_check: __n (which is 2) >= this->size() (which is 2)");
     EXPECT_EQ(message([&] { constList.at(7); }),
               "vector::_M_range_check: __n (which is 7) >= this->size() (which is 2)");
     EXPECT_EQ(message([] { ObjectList().at(0); }),
@@ -271,7 +279,7 @@ TEST(Object, IsAWalksLazySuperclassChain)
     EXPECT_TRUE(o->isA(leaf));
     EXPECT_FALSE(o->isA(other));
     EXPECT_FALSE(o->isA(nullptr));
-    EXPECT_EQ(leaf->initSuperCalls, 1);     // set up once
+    EXPECT_EQ(leaf->initSuperCalls, 1); // set up once
     EXPECT_EQ(mid->initSuperCalls, 1);
     EXPECT_FALSE(makeObject(dummy, base)->isA(leaf));
 }
@@ -301,7 +309,7 @@ TEST(ObjectHierarchy, FixedAnswersOrTheDelegatesAlongTheChain)
     EXPECT_EQ(s->wrapperType(), 42);
     EXPECT_EQ(s->child(0), h->child0);
     EXPECT_EQ(s->childByName(QStringLiteral("x")), nullptr);
-    EXPECT_EQ(h->byNameCalls, 0);     // no children: the delegate is not asked
+    EXPECT_EQ(h->byNameCalls, 0); // no children: the delegate is not asked
 
     TestClass *withKids = new TestClass("ObjTest_DelegatedKids");
     FixedHierarchy *h2 = new FixedHierarchy(QStringLiteral("ObjTest_DelegatedKids"), QStringLiteral("k"), 1);
@@ -344,8 +352,8 @@ TEST(ObjectHierarchy, QObjectTypesUseTheQObjectDelegate)
     vexil_register_qobject_type("ObjTest_QtOwn");
     EXPECT_TRUE(vexil_is_qobject_type(QStringLiteral("ObjTest_QtWidget")));
     EXPECT_EQ(makeObject(dummy, widget)->name(), QStringLiteral("qobject"));
-    EXPECT_EQ(makeObject(dummy, button)->name(), QStringLiteral("unnamed"));     // only the listed name counts
-    EXPECT_EQ(makeObject(dummy, own)->name(), QStringLiteral("own"));            // its own delegate comes first
+    EXPECT_EQ(makeObject(dummy, button)->name(), QStringLiteral("unnamed")); // only the listed name counts
+    EXPECT_EQ(makeObject(dummy, own)->name(), QStringLiteral("own")); // its own delegate comes first
 }
 
 // Conversions
@@ -359,19 +367,20 @@ TEST(ObjectConversion, DelegateAnswersWhenItSupportsTheBit)
     EXPECT_EQ(p->toInteger(), 0);
     EXPECT_EQ(p->toInt64(), 0);
     EXPECT_FALSE(p->toBoolean());
-    p->fromInteger(3);     // no delegate: nothing happens
+    p->fromInteger(3); // no delegate: nothing happens
 
     TestClass *cls = new TestClass("ObjTest_ConvDelegate");
-    TestConversion *c = new TestConversion(
-        QStringLiteral("ObjTest_ConvDelegate"),
-        ConversionDelegate::ConvertString | ConversionDelegate::ConvertInteger | ConversionDelegate::ConvertInt64
-            | ConversionDelegate::ConvertBoolean);
+    TestConversion *c = new TestConversion(QStringLiteral("ObjTest_ConvDelegate"),
+                                           ConversionDelegate::ConvertString
+                                               | ConversionDelegate::ConvertInteger
+                                               | ConversionDelegate::ConvertInt64
+                                               | ConversionDelegate::ConvertBoolean);
     Object::Ptr o = makeObject(dummy, cls);
     EXPECT_EQ(o->toString(), QStringLiteral("text"));
     EXPECT_EQ(o->toInteger(), 7);
     EXPECT_EQ(o->toInt64(), 1LL << 40);
-    EXPECT_FALSE(o->toBoolean());         // supported but not overridden: the empty answer
-    EXPECT_EQ(o->toDouble(), 0.0);        // not supported: the class cannot convert either
+    EXPECT_FALSE(o->toBoolean()); // supported but not overridden: the empty answer
+    EXPECT_EQ(o->toDouble(), 0.0); // not supported: the class cannot convert either
     EXPECT_EQ(makeObject(nullptr, cls)->toString(), QStringLiteral("<null>"));
 
     o->fromInteger(5);
@@ -399,7 +408,7 @@ TEST(ObjectConversion, ClassConversionIsTheFallbackWithThePointerBit)
     Object::Ptr ref = makeObject(dummy, cls, ObjectAttribute::Pointer);
     EXPECT_EQ(ref->toInteger(), 41);
     EXPECT_TRUE(cls->askedSourcePointer);
-    ref->fromInteger(3);     // fromX has no class fallback
+    ref->fromInteger(3); // fromX has no class fallback
     EXPECT_EQ(cls->converted->toInteger(), 41);
 
     EXPECT_EQ(ref->toDouble(), 0.0);
@@ -423,7 +432,7 @@ TEST(ObjectReference, ReferenceAndDereferenceRules)
     EXPECT_EQ(array->reference().get(), array.get());
     EXPECT_EQ(cls->wrapCalls, 1);
 
-    for (unsigned int flags : {0u, 1u, 3u}) {
+    for (unsigned int flags : { 0u, 1u, 3u }) {
         Object::Ptr same = makeObject(dummy, cls, flags);
         EXPECT_EQ(same->dereference().get(), same.get()) << flags;
     }
@@ -448,10 +457,10 @@ TEST(ObjectCast, ChainCastsAndForcedPrimitives)
     EXPECT_EQ(o->name(), QStringLiteral("base"));
     EXPECT_EQ(o->castTo(derived).get(), o.get());
     EXPECT_EQ(o->objectClass(), derived);
-    EXPECT_EQ(o->name(), QStringLiteral("derived"));     // delegates were cleared with the class change
+    EXPECT_EQ(o->name(), QStringLiteral("derived")); // delegates were cleared with the class change
     o->castTo(base);
     EXPECT_EQ(o->name(), QStringLiteral("base"));
-    EXPECT_EQ(o->castTo(other).get(), o.get());          // unrelated: kept, still returned
+    EXPECT_EQ(o->castTo(other).get(), o.get()); // unrelated: kept, still returned
     EXPECT_EQ(o->objectClass(), base);
 
     Inspector *insp = Inspector::self();
@@ -488,7 +497,7 @@ TEST(ObjectDeath, InvalidateZombieAndTheDeadClass)
         EXPECT_EQ(o->name(), QStringLiteral("unnamed"));
         EXPECT_EQ(o->toString(), QStringLiteral("<null>"));
     }
-    EXPECT_TRUE(cls->freed.empty());     // the dead object does not free what it held
+    EXPECT_TRUE(cls->freed.empty()); // the dead object does not free what it held
 
     Object::registerClassOfTheDead();
     const Class *dead = Object::classOfTheDead();
@@ -523,7 +532,7 @@ public:
     }
     Property *createProperty(int index) const override
     {
-        static const char *const names[] = {"a", "b", "c", "d"};
+        static const char *const names[] = { "a", "b", "c", "d" };
         const unsigned int flags = index == 1 ? PropertyDeclaration::Writable : PropertyDeclaration::Readable;
         const Class *type = index == 0 ? m_valueClass : this;
         auto *decl = new PropertyDeclaration(this, Argument(type), QString::fromLatin1(names[index]), flags);
@@ -533,9 +542,12 @@ public:
     {
         ++reads;
         switch (p->index()) {
-        case 0: return makeObject(dummy, m_valueClass);
-        case 2: return Object::Ptr();
-        default: return makeObject(dummy, this);
+        case 0:
+            return makeObject(dummy, m_valueClass);
+        case 2:
+            return Object::Ptr();
+        default:
+            return makeObject(dummy, this);
         }
     }
     const Class *m_valueClass;
@@ -559,8 +571,9 @@ TEST(ObjectDebugString, NullPropertiesAndDelegate)
     EXPECT_EQ(makeObject(nullptr, cls)->toDebugString(), QStringLiteral("0 : ObjTest_Debug"));
     EXPECT_EQ(makeObject(dummy, valueClass)->toDebugString(), QStringLiteral("{  } : ObjTest_DebugValue"));
     EXPECT_EQ(makeObject(dummy, cls)->toDebugString(),
-              QStringLiteral("{ a = {  } : ObjTest_DebugValue, , d = text : ObjTest_Debug } : ObjTest_Debug"));
-    EXPECT_EQ(cls->reads, 3);     // the unreadable one is never read
+              QStringLiteral(
+                  "{ a = {  } : ObjTest_DebugValue, , d = text : ObjTest_Debug } : ObjTest_Debug"));
+    EXPECT_EQ(cls->reads, 3); // the unreadable one is never read
 
     TestClass *serialized = new TestClass("ObjTest_DebugSerialized");
     new FixedSerialize(QStringLiteral("ObjTest_DebugSerialized"));

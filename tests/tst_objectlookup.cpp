@@ -22,16 +22,16 @@ struct Node
 
     Node *add(const QString &childName)
     {
-        Node *n = new Node{childName, {}, this};
+        Node *n = new Node { childName, {}, this };
         children.push_back(n);
         return n;
     }
 };
 
-int g_calls = 0;                 // every delegate call of the fake application
-int g_qualifiedCalls = 0;        // calls of objectByQualifiedName overrides
-int g_fallbackCalls = 0;         // calls of the override that falls back to the default
-QString g_childError;            // set as the Inspector's error by a failing childByName when not empty
+int g_calls = 0; // every delegate call of the fake application
+int g_qualifiedCalls = 0; // calls of objectByQualifiedName overrides
+int g_fallbackCalls = 0; // calls of the override that falls back to the default
+QString g_childError; // set as the Inspector's error by a failing childByName when not empty
 
 const Class *widgetClass();
 
@@ -61,7 +61,8 @@ class WidgetHierarchy : public ObjectHierarchyDelegate
 {
 public:
     explicit WidgetHierarchy(const QString &cls, std::vector<Node *> *tops = nullptr)
-        : ObjectHierarchyDelegate(cls), m_tops(tops)
+        : ObjectHierarchyDelegate(cls)
+        , m_tops(tops)
     {
     }
     const std::vector<Node *> &kids(const Object::Ptr &parent) const
@@ -70,7 +71,10 @@ public:
         return parent ? nodeOf(parent)->children : m_tops ? *m_tops : none;
     }
     int numChildren(Object::Ptr parent) const override { return ++g_calls, int(kids(parent).size()); }
-    Object::Ptr child(Object::Ptr parent, int i) const override { return ++g_calls, wrapNode(kids(parent)[size_t(i)]); }
+    Object::Ptr child(Object::Ptr parent, int i) const override
+    {
+        return ++g_calls, wrapNode(kids(parent)[size_t(i)]);
+    }
     Object::Ptr childByName(Object::Ptr parent, const QString &name) const override
     {
         ++g_calls;
@@ -95,14 +99,17 @@ protected:
 class TopLevelQt : public WidgetHierarchy
 {
 public:
-    explicit TopLevelQt(std::vector<Node *> *tops) : WidgetHierarchy(QStringLiteral("Vexil::ToplevelQt"), tops) { }
+    explicit TopLevelQt(std::vector<Node *> *tops)
+        : WidgetHierarchy(QStringLiteral("Vexil::ToplevelQt"), tops)
+    {
+    }
     Object::Ptr objectByQualifiedName(Object::Ptr, const ObjectName &name) const override
     {
         ++g_calls;
         ++g_qualifiedCalls;
         if (!name.isValid())
             return Object::Ptr();
-        if (!name.isMultiProperty()) {     // a plain name this toolkit knows by itself
+        if (!name.isMultiProperty()) { // a plain name this toolkit knows by itself
             const bool magic = name.qualifiedName() == QLatin1String("magic");
             return magic ? wrapNode(findByName(*m_tops, QStringLiteral("deep"))) : Object::Ptr();
         }
@@ -120,14 +127,20 @@ public:
 class TopLevelTk : public WidgetHierarchy
 {
 public:
-    explicit TopLevelTk(const QString &cls = QStringLiteral("Vexil::ToplevelTk")) : WidgetHierarchy(cls) { }
+    explicit TopLevelTk(const QString &cls = QStringLiteral("Vexil::ToplevelTk"))
+        : WidgetHierarchy(cls)
+    {
+    }
 };
 
 // ... and one that overrides it only to fall back on the default.
 class TopLevelWeb : public TopLevelTk
 {
 public:
-    TopLevelWeb() : TopLevelTk(QStringLiteral("Vexil::ToplevelWeb")) { }
+    TopLevelWeb()
+        : TopLevelTk(QStringLiteral("Vexil::ToplevelWeb"))
+    {
+    }
     Object::Ptr objectByQualifiedName(Object::Ptr parent, const ObjectName &name) const override
     {
         ++g_calls;
@@ -145,7 +158,7 @@ struct App
 {
     std::vector<Node *> tops;
     const Class *cls = new Class("LkTest_Widget", true);
-    Node *win = new Node{QStringLiteral("win"), {}, nullptr};
+    Node *win = new Node { QStringLiteral("win"), {}, nullptr };
 
     App()
     {
@@ -154,11 +167,11 @@ struct App
         panel->add(QStringLiteral("deep"));
         win->add(QStringLiteral("a.b"))->add(QStringLiteral("leaf"));
         win->add(QStringLiteral("back\\slash"));
-        Node *dialog = new Node{QStringLiteral("dialog"), {}, nullptr};
+        Node *dialog = new Node { QStringLiteral("dialog"), {}, nullptr };
         dialog->add(QStringLiteral("ok"));
-        Node *dotted = new Node{QStringLiteral("x.y"), {}, nullptr};
+        Node *dotted = new Node { QStringLiteral("x.y"), {}, nullptr };
         dotted->add(QStringLiteral("child"));
-        tops = {win, dialog, dotted};
+        tops = { win, dialog, dotted };
 
         // Registered before the first lookup builds the top-level list.
         new WidgetHierarchy(QStringLiteral("LkTest_Widget"));
@@ -204,7 +217,8 @@ protected:
     static QString found(const QString &name)
     {
         Node *n = nodeOf(Inspector::self()->findObject(name));
-        return n ? (n->parent ? n->parent->name + QLatin1Char('/') : QString()) + n->name : QStringLiteral("-");
+        return n ? (n->parent ? n->parent->name + QLatin1Char('/') : QString()) + n->name
+                 : QStringLiteral("-");
     }
 };
 
@@ -228,7 +242,7 @@ TEST_F(ObjectLookup, DottedPathsWithEscapes)
 {
     EXPECT_EQ(found(QStringLiteral("win")), QStringLiteral("win"));
     EXPECT_EQ(found(QStringLiteral("win.panel.ok")), QStringLiteral("panel/ok"));
-    EXPECT_EQ(found(QStringLiteral("win..panel.ok.")), QStringLiteral("panel/ok"));     // empty parts dropped
+    EXPECT_EQ(found(QStringLiteral("win..panel.ok.")), QStringLiteral("panel/ok")); // empty parts dropped
     EXPECT_EQ(found(QStringLiteral("win.a\\.b.leaf")), QStringLiteral("a.b/leaf"));
     EXPECT_EQ(found(QStringLiteral("x\\.y.child")), QStringLiteral("x.y/child"));
     EXPECT_EQ(found(QStringLiteral("win.back\\\\slash")), QStringLiteral("win/back\\slash"));
@@ -239,23 +253,28 @@ TEST_F(ObjectLookup, NotFoundMessages)
 {
     EXPECT_EQ(lookupError(QStringLiteral("nosuch")), QStringLiteral("Object 'nosuch' not found."));
     EXPECT_EQ(lookupError(QStringLiteral("win.missing")),
-              QStringLiteral("Object 'win.missing' not found.\n    Could not find child 'missing' under 'q(win)'"));
+              QStringLiteral(
+                  "Object 'win.missing' not found.\n    Could not find child 'missing' under 'q(win)'"));
     EXPECT_EQ(lookupError(QStringLiteral("win.panel.missing")),
-              QStringLiteral("Object 'win.panel.missing' not found.\n    Could not find child 'missing' under "
-                             "'q(win).panel'"));
+              QStringLiteral(
+                  "Object 'win.panel.missing' not found.\n    Could not find child 'missing' under "
+                  "'q(win).panel'"));
     // The walk stops at the first miss: the last part reached is named, not the last one written.
     EXPECT_EQ(lookupError(QStringLiteral("win.gone.ok.more")),
-              QStringLiteral("Object 'win.gone.ok.more' not found.\n    Could not find child 'gone' under 'q(win)'"));
+              QStringLiteral(
+                  "Object 'win.gone.ok.more' not found.\n    Could not find child 'gone' under 'q(win)'"));
     // The missing part is named as split, with the placeholder for its escaped dot.
     EXPECT_EQ(lookupError(QStringLiteral("win.no\\.such")),
-              QStringLiteral("Object 'win.no\\.such' not found.\n    Could not find child 'no\x01such' under 'q(win)'"));
-    EXPECT_EQ(lookupError(QStringLiteral("..")), QStringLiteral("Object '..' not found."));     // no parts
+              QStringLiteral(
+                  "Object 'win.no\\.such' not found.\n    Could not find child 'no\x01such' under 'q(win)'"));
+    EXPECT_EQ(lookupError(QStringLiteral("..")), QStringLiteral("Object '..' not found.")); // no parts
 
     // An earlier error text is quoted, then reset.
     g_childError = QStringLiteral("access denied");
     EXPECT_EQ(lookupError(QStringLiteral("win.missing")),
-              QStringLiteral("Object 'win.missing' not found: access denied\n    Could not find child 'missing' "
-                             "under 'q(win)'"));
+              QStringLiteral(
+                  "Object 'win.missing' not found: access denied\n    Could not find child 'missing' "
+                  "under 'q(win)'"));
     g_childError.clear();
     Inspector::self()->setError(QStringLiteral("stale"));
     EXPECT_EQ(lookupError(QStringLiteral("nosuch")), QStringLiteral("Object 'nosuch' not found: stale"));
@@ -264,14 +283,16 @@ TEST_F(ObjectLookup, NotFoundMessages)
 
 TEST_F(ObjectLookup, InvalidNameOnlyGivesTheParserMessage)
 {
-    const QString name = QStringLiteral("{a}.b{c}");     // a "}" after the "}.": not split
+    const QString name = QStringLiteral("{a}.b{c}"); // a "}" after the "}.": not split
     const QString parserMessage = ObjectName(name).errorMessage();
     ASSERT_FALSE(parserMessage.isEmpty());
-    EXPECT_EQ(lookupError(name), QStringLiteral("Cannot find object with invalid object name: ") + parserMessage);
+    EXPECT_EQ(lookupError(name),
+              QStringLiteral("Cannot find object with invalid object name: ") + parserMessage);
     EXPECT_EQ(g_qualifiedCalls, 0);
     const QString broken = QStringLiteral("{name='x'");
-    EXPECT_EQ(lookupError(broken), QStringLiteral("Cannot find object with invalid object name: ")
-                                       + ObjectName(broken).errorMessage());
+    EXPECT_EQ(lookupError(broken),
+              QStringLiteral("Cannot find object with invalid object name: ")
+                  + ObjectName(broken).errorMessage());
 }
 
 TEST_F(ObjectLookup, CacheServesTheSameNameWithoutDelegates)
@@ -305,7 +326,7 @@ TEST_F(ObjectLookup, QualifiedLookupByDelegates)
 {
     EXPECT_EQ(found(QStringLiteral("{name='deep'}")), QStringLiteral("panel/deep"));
     EXPECT_EQ(g_qualifiedCalls, 1);
-    EXPECT_EQ(g_fallbackCalls, 0);     // the first delegate answered
+    EXPECT_EQ(g_fallbackCalls, 0); // the first delegate answered
 
     // A plain name a delegate knows by itself never reaches the walk.
     EXPECT_EQ(found(QStringLiteral("magic")), QStringLiteral("panel/deep"));
@@ -321,7 +342,8 @@ TEST_F(ObjectLookup, QualifiedLookupByDelegates)
 
 TEST_F(ObjectLookup, MultiPropertyMisses)
 {
-    EXPECT_EQ(lookupError(QStringLiteral("{name='none'}")), QStringLiteral("Object '{name='none'}' not found."));
+    EXPECT_EQ(lookupError(QStringLiteral("{name='none'}")),
+              QStringLiteral("Object '{name='none'}' not found."));
     EXPECT_EQ(lookupError(QStringLiteral("{name='none' type='Button' visible='1'}")),
               QStringLiteral("Object '{name='none' type='Button' visible='1'}' not found. Could not match "
                              "properties:\n    type,visible for object name: '{name='none' type='Button' "
@@ -329,20 +351,22 @@ TEST_F(ObjectLookup, MultiPropertyMisses)
 
     // Keys come out in sorted order; recorded by other code, they are reported the same way.
     Inspector *insp = Inspector::self();
-    insp->setUnmatchedProperties(QStringLiteral("{b='1'}"), QStringList{QStringLiteral("b")});
+    insp->setUnmatchedProperties(QStringLiteral("{b='1'}"), QStringList { QStringLiteral("b") });
     insp->addUnmatchedProperty(QStringLiteral("{a='1'}"), QStringLiteral("a"));
     EXPECT_EQ(lookupError(QStringLiteral("{name='none'}")),
-              QStringLiteral("Object '{name='none'}' not found. Could not match properties:\n    a for object name: "
-                             "'{a='1'}'\n    b for object name: '{b='1'}'"));
+              QStringLiteral(
+                  "Object '{name='none'}' not found. Could not match properties:\n    a for object name: "
+                  "'{a='1'}'\n    b for object name: '{b='1'}'"));
     // Reading the error forgot them.
-    EXPECT_EQ(lookupError(QStringLiteral("{name='none'}")), QStringLiteral("Object '{name='none'}' not found."));
+    EXPECT_EQ(lookupError(QStringLiteral("{name='none'}")),
+              QStringLiteral("Object '{name='none'}' not found."));
 }
 
 TEST_F(ObjectLookup, PrefixedNames)
 {
     Inspector *insp = Inspector::self();
     EXPECT_EQ(found(QStringLiteral("{name='dialog'}.ok")), QStringLiteral("dialog/ok"));
-    EXPECT_EQ(g_qualifiedCalls, 2);     // the whole name, then the prefix in the inner lookup
+    EXPECT_EQ(g_qualifiedCalls, 2); // the whole name, then the prefix in the inner lookup
 
     // The inner lookup of the prefix goes through the cache like any other.
     ASSERT_TRUE(insp->findObject(QStringLiteral("{name='dialog'}")));
@@ -356,11 +380,13 @@ TEST_F(ObjectLookup, PrefixedNames)
 
     EXPECT_EQ(found(QStringLiteral("{name='panel'}.deep")), QStringLiteral("panel/deep"));
     EXPECT_EQ(lookupError(QStringLiteral("{name='dialog'}.cancel")),
-              QStringLiteral("Object '{name='dialog'}.cancel' not found.\n    Could not find child 'cancel' under "
-                             "'q(dialog)'"));
+              QStringLiteral(
+                  "Object '{name='dialog'}.cancel' not found.\n    Could not find child 'cancel' under "
+                  "'q(dialog)'"));
     // The prefix itself is missing: its own message becomes the quoted error.
     EXPECT_EQ(lookupError(QStringLiteral("{name='nodialog'}.ok")),
-              QStringLiteral("Object '{name='nodialog'}.ok' not found: Object '{name='nodialog'}' not found."));
+              QStringLiteral(
+                  "Object '{name='nodialog'}.ok' not found: Object '{name='nodialog'}' not found."));
 }
 
 TEST_F(ObjectLookup, SymbolicNames)
@@ -371,7 +397,8 @@ TEST_F(ObjectLookup, SymbolicNames)
     EXPECT_EQ(lookupError(QStringLiteral(":nothing")),
               QStringLiteral("Object ':nothing' not found. Object name not found in Object Map."));
     EXPECT_EQ(lookupError(QStringLiteral(":win.nothing")),
-              QStringLiteral("Object ':win.nothing' not found.\n    Could not find child 'nothing' under 'q(win)'"));
+              QStringLiteral(
+                  "Object ':win.nothing' not found.\n    Could not find child 'nothing' under 'q(win)'"));
 
     Inspector *insp = Inspector::self();
     ObjectMap map;
@@ -380,21 +407,23 @@ TEST_F(ObjectLookup, SymbolicNames)
     Object::Ptr deep = insp->findObject(QStringLiteral(":Deep"));
     EXPECT_EQ(nodeOf(deep)->name, QStringLiteral("deep"));
     g_calls = 0;
-    EXPECT_EQ(insp->findObject(QStringLiteral(":Deep")).get(), deep.get());     // cached under the name given
+    EXPECT_EQ(insp->findObject(QStringLiteral(":Deep")).get(), deep.get()); // cached under the name given
     EXPECT_EQ(g_calls, 0);
     EXPECT_EQ(lookupError(QStringLiteral(":Unknown")),
               QStringLiteral("Object ':Unknown' not found. Object name not found in Object Map."));
     // Unmatched keys are printed through the map.
     EXPECT_EQ(lookupError(QStringLiteral(":NoButton")),
-              QStringLiteral("Object ':NoButton' not found. Could not match properties:\n    type for object name: "
-                             "':NoButton'"));
+              QStringLiteral(
+                  "Object ':NoButton' not found. Could not match properties:\n    type for object name: "
+                  "':NoButton'"));
 }
 
 TEST_F(ObjectLookup, SilentWhenTheInterfaceFlagAndANotifierAreSet)
 {
     Inspector *insp = Inspector::self();
     insp->silentLookups = true;
-    EXPECT_EQ(lookupError(QStringLiteral("nosuch")), QStringLiteral("Object 'nosuch' not found."));     // no notifier
+    EXPECT_EQ(lookupError(QStringLiteral("nosuch")),
+              QStringLiteral("Object 'nosuch' not found.")); // no notifier
     {
         Silencer silencer;
         insp->setError(QStringLiteral("before"));

@@ -21,7 +21,8 @@ namespace {
 QString readFile(const QString &path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QStringLiteral("<unreadable>");
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
+                                          : QStringLiteral("<unreadable>");
 }
 
 void addName(ObjectMap &map, const char *real, const char *symbolic)
@@ -54,7 +55,7 @@ TEST(ObjectMap, MostRecentMapIsCurrent)
         EXPECT_FALSE(first.isModified());
         auto second = std::make_unique<ObjectMap>(false);
         ObjectMap third(false);
-        second.reset();     // not current: leaves the pointer alone
+        second.reset(); // not current: leaves the pointer alone
         EXPECT_EQ(ObjectMap::self(), &third);
     }
     EXPECT_EQ(ObjectMap::self(), nullptr);
@@ -70,26 +71,35 @@ TEST(ObjectMap, BothDirections)
     EXPECT_EQ(map.realName(QStringLiteral("Dialog")), QStringLiteral("Dialog"));
     EXPECT_FALSE(map.objectName(QStringLiteral(":")).isValid());
     addName(map, "{type='QDialog'}", ":Other");
-    EXPECT_EQ(map.realNames().value(ObjectName(QStringLiteral("{type='QDialog'}"))), QStringLiteral(":Other"));
+    EXPECT_EQ(map.realNames().value(ObjectName(QStringLiteral("{type='QDialog'}"))),
+              QStringLiteral(":Other"));
     EXPECT_EQ(map.symbolicNames().size(), 2);
 
     QMap<QString, ObjectName> names;
     names.insert(QStringLiteral(":z"), ObjectName(QStringLiteral("{type='B'}")));
     names.insert(QStringLiteral(":y"), ObjectName(QStringLiteral("{type='B'}")));
     map.setSymbolicNames(names);
-    EXPECT_EQ(map.symbolicNames().keys(), QStringList({":y", ":z"}));
+    EXPECT_EQ(map.symbolicNames().keys(), QStringList({ ":y", ":z" }));
     ASSERT_EQ(map.realNames().size(), 1);
-    EXPECT_EQ(map.realNames().first(), QStringLiteral(":z"));   // last in key order wins
+    EXPECT_EQ(map.realNames().first(), QStringLiteral(":z")); // last in key order wins
+
+    // The ordered views, once handed out, follow later changes.
+    const QMap<QString, ObjectName> &symbolic = map.symbolicNames();
+    const QMap<ObjectName, QString> &real = map.realNames();
+    addName(map, "{type='A'}", ":a");
+    EXPECT_EQ(symbolic.keys(), QStringList({ ":a", ":y", ":z" }));
+    EXPECT_EQ(real.firstKey().qualifiedName(), QStringLiteral("{type='A'}"));
 
     map.clear();
-    EXPECT_TRUE(map.symbolicNames().isEmpty());
-    EXPECT_TRUE(map.realNames().isEmpty());
+    EXPECT_TRUE(symbolic.isEmpty());
+    EXPECT_TRUE(real.isEmpty());
     EXPECT_TRUE(map.isModified());
 }
 
 TEST(ObjectMap, TextForm)
 {
-    EXPECT_EQ(ObjectMap::escapeForSerialize(QStringLiteral("a\\b\nc\rd\te")), QStringLiteral("a\\\\b\\nc\\rd\\te"));
+    EXPECT_EQ(ObjectMap::escapeForSerialize(QStringLiteral("a\\b\nc\rd\te")),
+              QStringLiteral("a\\\\b\\nc\\rd\\te"));
     EXPECT_EQ(ObjectMap::unescapeFromSerialize(QStringLiteral("a\\\\b\\nc\\rd\\te\\q\\")),
               QStringLiteral("a\\b\nc\rd\te\\q"));
 
@@ -97,11 +107,13 @@ TEST(ObjectMap, TextForm)
     EXPECT_EQ(map.toString(), QString());
     addName(map, "{type='QPushButton'   text='Save'}", ":Save_QPushButton");
     addName(map, "main\\.window", ":A\tb\nc");
-    EXPECT_EQ(map.toString(), QStringLiteral(":A\\tb\\nc\tmain\\\\.window\n"
-                                             ":Save_QPushButton\t{type='QPushButton'   text='Save'}\n"));
+    EXPECT_EQ(map.toString(),
+              QStringLiteral(":A\\tb\\nc\tmain\\\\.window\n"
+                             ":Save_QPushButton\t{type='QPushButton'   text='Save'}\n"));
 
-    const auto entries = map.parseSerializedMap(QStringLiteral("# comment\tx\n\nno tab here\n"
-                                                               ":two\t{a='1'}\tand more\n#:hidden\tx\n:last\tend"));
+    const auto entries = map.parseSerializedMap(
+        QStringLiteral("# comment\tx\n\nno tab here\n"
+                       ":two\t{a='1'}\tand more\n#:hidden\tx\n:last\tend"));
     ASSERT_EQ(entries.size(), 2u);
     EXPECT_EQ(entries[0].first, QStringLiteral(":two"));
     EXPECT_EQ(entries[0].second.qualifiedName(), QStringLiteral("{a='1'}\tand more"));
@@ -124,8 +136,10 @@ TEST(ObjectMap, TextForm)
 
     // Older hierarchical escaping: a lone backslash before anything but ".", "[" or a backslash is doubled.
     const std::pair<const char *, const char *> oldNames[] = {
-        {"a\\b", "a\\\\b"},         {"a\\.b", "a\\.b"}, {"a\\[1]", "a\\[1]"},        {"a\\\\b", "a\\\\b"},
-        {"a\\\\\\b", "a\\\\\\\\b"}, {"a\\", "a\\"},     {"{a='x\\y'}", "{a='x\\y'}"}};
+        { "a\\b", "a\\\\b" },          { "a\\.b", "a\\.b" },         { "a\\[1]", "a\\[1]" },
+        { "a\\\\b", "a\\\\b" },        { "a\\\\\\b", "a\\\\\\\\b" }, { "a\\", "a\\" },
+        { "{a='x\\y'}", "{a='x\\y'}" }
+    };
     for (const auto &row : oldNames) {
         const QString line = ":s\t" + ObjectMap::escapeForSerialize(QString::fromLatin1(row.first));
         EXPECT_EQ(map.parseSerializedMap(line).at(0).second.qualifiedName(), QString::fromLatin1(row.second))
@@ -139,7 +153,7 @@ TEST(ObjectMap, LoadFromStringMergesWithoutMarkingModified)
     map.loadFromString(QStringLiteral(":a\t{x='1'}\n:b\t{x='2'}\n"));
     map.loadFromString(QStringLiteral(":b\t{x='3'}\n:c\tplain\n:c\tplain2\n:bad\t{x=1}\n"));
     EXPECT_FALSE(map.isModified());
-    EXPECT_EQ(map.symbolicNames().keys(), QStringList({":a", ":b", ":bad", ":c"}));
+    EXPECT_EQ(map.symbolicNames().keys(), QStringList({ ":a", ":b", ":bad", ":c" }));
     EXPECT_EQ(map.realName(QStringLiteral(":b")), QStringLiteral("{x='3'}"));
     EXPECT_EQ(map.realName(QStringLiteral(":c")), QStringLiteral("plain2"));
     // Unparsable real names are kept as written.
@@ -164,15 +178,15 @@ TEST(ObjectMap, Files)
 
     ObjectMap loaded(false);
     addName(loaded, "x", ":Extra");
-    ASSERT_TRUE(loaded.loadFromFile(path));     // replaces what was there
+    ASSERT_TRUE(loaded.loadFromFile(path)); // replaces what was there
     EXPECT_FALSE(loaded.containsSymbolicName(QStringLiteral(":Extra")));
     EXPECT_EQ(loaded.toString(), written);
     EXPECT_EQ(loaded.realName(special), QStringLiteral("{text='a\\\\b' type='QLabel'}"));
-    EXPECT_TRUE(loaded.isModified());       // loading neither sets nor clears the flag
+    EXPECT_TRUE(loaded.isModified()); // loading neither sets nor clears the flag
 
     // Written by hand: byte order mark, CRLF line ends, a comment, a blank line, a line without a tab.
     ASSERT_TRUE(loaded.loadFromFile(QStringLiteral(VEXIL_TEST_DATA "/objectmap_sample.txt")));
-    EXPECT_EQ(loaded.symbolicNames().keys(), QStringList({":Dialog_QDialog", ":Old", ":Tab\tName"}));
+    EXPECT_EQ(loaded.symbolicNames().keys(), QStringList({ ":Dialog_QDialog", ":Old", ":Tab\tName" }));
     EXPECT_EQ(loaded.realName(QStringLiteral(":Dialog_QDialog")),
               QString::fromUtf8("{type='QDialog' windowTitle='Sp\xc3\xa4ichern'}"));
     EXPECT_EQ(loaded.realName(QStringLiteral(":Old")), QStringLiteral("main\\\\window.a\\.b"));
@@ -189,13 +203,13 @@ TEST(ObjectMap, UnopenableFiles)
     ObjectMap map(false);
     {
         VexilTest::StderrCapture capture;
-        EXPECT_TRUE(map.saveToFile(path));   // unmodified: nothing to write
+        EXPECT_TRUE(map.saveToFile(path)); // unmodified: nothing to write
         EXPECT_EQ(capture.text(), std::string());
     }
     EXPECT_FALSE(QFile::exists(path));
 
     addName(map, "x", ":x");
-    for (const QString &target : {path, dir.path()}) {
+    for (const QString &target : { path, dir.path() }) {
         VexilTest::StderrCapture capture;
         EXPECT_FALSE(map.saveToFile(target));
         EXPECT_EQ(capture.text(), "ObjectMap::save() failed when opening '" + target.toStdString() + "'\n");
@@ -221,7 +235,7 @@ TEST(ObjectMap, UnopenableFiles)
     EXPECT_FALSE(ObjectMap::readMapFile(path, &lines, &error));
     EXPECT_FALSE(error.isEmpty());
     EXPECT_FALSE(map.loadFromFile(path));
-    EXPECT_FALSE(map.loadFromFile(dir.path()));     // a directory
+    EXPECT_FALSE(map.loadFromFile(dir.path())); // a directory
     EXPECT_TRUE(map.containsSymbolicName(QStringLiteral(":x")));
 }
 
@@ -234,28 +248,31 @@ TEST(ObjectMap, SymbolFromIdentifyingProperties)
     addName(map, "{buddy=':Loop1' type='X'}", ":Loop2");
 
     const std::pair<const char *, const char *> rows[] = {
-        {"{type='QPushButton' text='OK' window=':Dialog_QDialog'}", "Save.OK_QPushButton"},
-        {"{type='a.b.Button' form='F' name='n'}", "F.n_Button"},
-        {"{name='qt_viewport' objectName='o' basetype='B'}", "o_B"},
-        {"{row='1' column='2' type='Cell'}", "1_2_Cell"},
-        {"{row='1' toolTip='tip'}", "tip_"},
+        { "{type='QPushButton' text='OK' window=':Dialog_QDialog'}", "Save.OK_QPushButton" },
+        { "{type='a.b.Button' form='F' name='n'}", "F.n_Button" },
+        { "{name='qt_viewport' objectName='o' basetype='B'}", "o_B" },
+        { "{row='1' column='2' type='Cell'}", "1_2_Cell" },
+        { "{row='1' toolTip='tip'}", "tip_" },
         // A reference ends the search even when it yields nothing; a window may be a nested name.
-        {"{buddy=':Nameless' stringValue='S' type='L'}", "_L"},
-        {"{window={caption='C' type='W'} text='T' type='L'}", "C.T_L"},
+        { "{buddy=':Nameless' stringValue='S' type='L'}", "_L" },
+        { "{window={caption='C' type='W'} text='T' type='L'}", "C.T_L" },
         // Circular references end instead of recursing forever.
-        {"{buddy=':Loop1' type='Y'}", "_Y"},
-        {"a.b", "_"},
+        { "{buddy=':Loop1' type='Y'}", "_Y" },
+        { "a.b", "_" },
     };
     for (const auto &row : rows)
-        EXPECT_EQ(map.symbolFromMultiPropName(QString::fromLatin1(row.first)), QString::fromLatin1(row.second));
+        EXPECT_EQ(map.symbolFromMultiPropName(QString::fromLatin1(row.first)),
+                  QString::fromLatin1(row.second));
 }
 
 TEST(ObjectMap, SymbolicNameFindsOrCreates)
 {
     ObjectMap map(false);
     map.loadFromString(QStringLiteral(":Dialog_QDialog\t{type='QDialog' windowTitle='Save'}\n"));
-    const QString first = QStringLiteral("{type='QPushButton' text='OK' window=':Dialog_QDialog' occurrence='1'}");
-    const QString second = QStringLiteral("{type='QPushButton' text='OK' window=':Dialog_QDialog' occurrence='2'}");
+    const QString first = QStringLiteral(
+        "{type='QPushButton' text='OK' window=':Dialog_QDialog' occurrence='1'}");
+    const QString second = QStringLiteral(
+        "{type='QPushButton' text='OK' window=':Dialog_QDialog' occurrence='2'}");
     EXPECT_EQ(map.symbolicName(first, false),
               QStringLiteral("{occurrence='1' text='OK' type='QPushButton' window=':Dialog_QDialog'}"));
     EXPECT_FALSE(map.isModified());
@@ -268,7 +285,8 @@ TEST(ObjectMap, SymbolicNameFindsOrCreates)
 
     // Found again whatever the spacing and order.
     EXPECT_EQ(map.symbolicName(QStringLiteral("{ window=':Dialog_QDialog' occurrence='2'  text='OK' "
-                                              "type='QPushButton'}"), true),
+                                              "type='QPushButton'}"),
+                               true),
               QStringLiteral(":Save.OK_QPushButton_2"));
     EXPECT_EQ(map.symbolicName(QStringLiteral(":Given"), true), QStringLiteral(":Given"));
     EXPECT_EQ(map.symbolicName(QStringLiteral("main.window"), true), QStringLiteral(":main.window"));
@@ -280,8 +298,9 @@ TEST(ObjectMap, SymbolicNameFindsOrCreates)
     EXPECT_EQ(map.realName(QStringLiteral(":OK_T")), real);
 
     // A name stored in the older flat form is found as well.
-    map.loadFromString(QStringLiteral(":Dlg\t{name='dlg' type='QDialog'}\n:OldButton\t"
-                                      "{text='Go' type='QPushButton' windowName='dlg' windowType='QDialog'}\n"));
+    map.loadFromString(
+        QStringLiteral(":Dlg\t{name='dlg' type='QDialog'}\n:OldButton\t"
+                       "{text='Go' type='QPushButton' windowName='dlg' windowType='QDialog'}\n"));
     EXPECT_EQ(map.symbolicName(QStringLiteral("{type='QPushButton' text='Go' window=':Dlg'}"), true),
               QStringLiteral(":OldButton"));
 }
@@ -295,7 +314,8 @@ TEST(ObjectMap, FixedAndPrintableNames)
     EXPECT_EQ(map.fixedName(QStringLiteral("{a=1}"), true), QStringLiteral("{a=1}"));
     EXPECT_EQ(map.fixedName(QStringLiteral("{w={windowTitle='Save' type='QDialog'} t~='it\\'s'}"), false),
               QStringLiteral("{t~='it\\'s' w=':Dialog'}"));
-    EXPECT_EQ(map.fixedName(QStringLiteral("{w={type='Other'}}"), false), QStringLiteral("{w='{type=\\'Other\\'}'}"));
+    EXPECT_EQ(map.fixedName(QStringLiteral("{w={type='Other'}}"), false),
+              QStringLiteral("{w='{type=\\'Other\\'}'}"));
     EXPECT_FALSE(map.containsSymbolicName(QStringLiteral(":_Other")));
     EXPECT_EQ(map.fixedName(QStringLiteral("{w={type='Other'}}"), true), QStringLiteral("{w=':_Other'}"));
     EXPECT_TRUE(map.containsSymbolicName(QStringLiteral(":_Other")));
@@ -303,7 +323,8 @@ TEST(ObjectMap, FixedAndPrintableNames)
     addName(map, "{type='B' window=':Dialog'}", ":Button");
     const int size = map.symbolicNames().size();
     EXPECT_EQ(map.printableName(QStringLiteral("{window=':Dialog'  type='B'}")), QStringLiteral(":Button"));
-    EXPECT_EQ(map.printableName(QStringLiteral("{w={windowTitle='Save' type='QDialog'} a='x\\'y' b={c={d='e'}}}")),
+    EXPECT_EQ(map.printableName(
+                  QStringLiteral("{w={windowTitle='Save' type='QDialog'} a='x\\'y' b={c={d='e'}}}")),
               QStringLiteral("{a='x\\'y' b={c={d='e'}} w=:Dialog}"));
     EXPECT_EQ(map.printableName(QStringLiteral("plain")), QStringLiteral("plain"));
     EXPECT_EQ(map.printableName(QStringLiteral(":sym")), QStringLiteral(":sym"));
@@ -318,9 +339,11 @@ TEST(ObjectMap, ConvertToOldNameSpellsOutReferences)
     addName(map, "{text='Label' type='QLabel'}", ":Label");
     EXPECT_EQ(map.convertToOldName(QStringLiteral("{name='unnamed' type~='QLine.*' window=':Dialog' "
                                                   "container=':Box' buddy=':Label'}")),
-              QStringLiteral("{buddyText='Label' containerLabel='Box' containerType='QGroupBox' type='QLine.*' "
-                             "windowCaption='It\\'s' windowName='dlg' windowOccurrence='2' windowType='QDialog'}"));
-    EXPECT_EQ(map.convertToOldName(QStringLiteral("{a='b\\\\c' window=':Unknown'}")), QStringLiteral("{a='b\\c'}"));
+              QStringLiteral(
+                  "{buddyText='Label' containerLabel='Box' containerType='QGroupBox' type='QLine.*' "
+                  "windowCaption='It\\'s' windowName='dlg' windowOccurrence='2' windowType='QDialog'}"));
+    EXPECT_EQ(map.convertToOldName(QStringLiteral("{a='b\\\\c' window=':Unknown'}")),
+              QStringLiteral("{a='b\\c'}"));
     EXPECT_EQ(map.convertToOldName(QStringLiteral("main.window")), QStringLiteral("main.window"));
     EXPECT_EQ(map.convertToOldName(QStringLiteral("{}")), QStringLiteral("{}"));
 }
@@ -365,15 +388,15 @@ TEST(ObjectMap, LookupAgreesWithWalkOverMap)
     QRandomGenerator rng(4711);
     // Few keys and values, so that many stored names are equal by properties but spelled differently.
     // Values with an escape and nested windows as well; now and then a key given twice (the last one counts).
-    const QStringList keys = {"type", "text", "window"};
-    const QStringList ops = {"=", "~=", "?="};
-    const QStringList values = {"'0'", "'1'", "'a\\'b'", "{type='0'}"};
+    const QStringList keys = { "type", "text", "window" };
+    const QStringList ops = { "=", "~=", "?=" };
+    const QStringList values = { "'0'", "'1'", "'a\\'b'", "{type='0'}" };
     auto randomName = [&]() {
         QStringList parts;
         for (const QString &key : keys) {
             if (rng.bounded(3) != 0)
                 parts << key + ops.at(rng.bounded(rng.bounded(4) == 0 ? 3 : 1))
-                             + values.at(rng.bounded(rng.bounded(4) == 0 ? (key == "window" ? 4 : 3) : 2));
+                        + values.at(rng.bounded(rng.bounded(4) == 0 ? (key == "window" ? 4 : 3) : 2));
         }
         std::shuffle(parts.begin(), parts.end(), rng);
         if (!parts.isEmpty() && rng.bounded(8) == 0)
@@ -394,7 +417,7 @@ TEST(ObjectMap, LookupAgreesWithWalkOverMap)
             map.loadFromString(QStringLiteral(":l%1\t%2\n").arg(QString::number(i), name));
         else
             map.add(ObjectName(Vexil::parseNameByProperties(name)), QStringLiteral(":p%1").arg(i));
-        if (i % 40 == 0)     // rebuilt index as well as incrementally maintained
+        if (i % 40 == 0) // rebuilt index as well as incrementally maintained
             map.setSymbolicNames(QMap<QString, ObjectName>(map.symbolicNames()));
 
         for (int probe = 0; probe < 3; ++probe) {

@@ -19,7 +19,8 @@ QString parseError(const QString &name)
 
 QString nestedName(int levels)
 {
-    return QStringLiteral("{a=").repeated(levels - 1) + QStringLiteral("{}") + QString(levels - 1, QLatin1Char('}'));
+    return QStringLiteral("{a=").repeated(levels - 1) + QStringLiteral("{}")
+        + QString(levels - 1, QLatin1Char('}'));
 }
 
 PropertyValue plain(const QString &value, PropertyValue::Modifiers op = PropertyValue::Equals)
@@ -48,7 +49,7 @@ TEST(ParseNameByProperties, AcceptedSyntaxAndPrintedForm)
     EXPECT_EQ(p.value("a").value(), QStringLiteral("2"));
     // No blank needed between entries; quotes and braces are ordinary key characters.
     EXPECT_EQ(Vexil::parseNameByProperties(QStringLiteral("{a='1'b='2' 'k{='3'}")).keys(),
-              QStringList({"'k{", "a", "b"}));
+              QStringList({ "'k{", "a", "b" }));
 
     // Escaping backslashes are removed and doubled again when printed.
     const QString escaped = QStringLiteral("{a='it\\'s' b='c:\\\\\\\\d'}");
@@ -63,44 +64,54 @@ TEST(ParseNameByProperties, AcceptedSyntaxAndPrintedForm)
     EXPECT_EQ(p.value("w").type(), PropertyValue::NestedName);
     EXPECT_EQ(p.value("w").value(), QStringLiteral("{type='X'  name='y}'}"));
     EXPECT_EQ(p.value("v").modifiers(), PropertyValue::RegularExpression);
-    EXPECT_EQ(Vexil::qualifiedNameFromProperties(p), QStringLiteral("{type='Y' v~={z='1'} w={type='X'  name='y}'}}"));
+    EXPECT_EQ(Vexil::qualifiedNameFromProperties(p),
+              QStringLiteral("{type='Y' v~={z='1'} w={type='X'  name='y}'}}"));
 
     p.clear();
     EXPECT_EQ(Vexil::qualifiedNameFromProperties(p), QStringLiteral("{}"));
     p.insert("type", plain("QLabel"));
     p.insert("text", plain("It's"));
     p.insert("w", PropertyValue("{a='1'}", PropertyValue::Wildcard, PropertyValue::NestedName));
-    p.insert("x", plain("v", PropertyValue::Modifiers(7)));     // unknown operator prints as nothing
-    EXPECT_EQ(Vexil::qualifiedNameFromProperties(p), QStringLiteral("{text='It\\'s' type='QLabel' w?={a='1'} x'v'}"));
+    p.insert("x", plain("v", PropertyValue::Modifiers(7))); // unknown operator prints as nothing
+    EXPECT_EQ(Vexil::qualifiedNameFromProperties(p),
+              QStringLiteral("{text='It\\'s' type='QLabel' w?={a='1'} x'v'}"));
 }
 
 TEST(ParseNameByProperties, ErrorMessages)
 {
     const std::pair<QString, QString> rows[] = {
-        {"{a=1}", "Parse error while parsing '{a=1}': at column 4: expected either ' or { or whitespace, got 1\n"},
-        {"{a~'x'}", "Parse error while parsing '{a~'x'}': at column 4: expected =, got '\n"},
-        {QString::fromUtf8("{a=\xc3\xa9}"), QString::fromUtf8("Parse error while parsing '{a=\xc3\xa9}': at column 4: "
-                                                            "expected either ' or { or whitespace, got \xc3\xa9\n")},
+        { "{a=1}",
+          "Parse error while parsing '{a=1}': at column 4: expected either ' or { or whitespace, got 1\n" },
+        { "{a~'x'}", "Parse error while parsing '{a~'x'}': at column 4: expected =, got '\n" },
+        { QString::fromUtf8("{a=\xc3\xa9}"),
+          QString::fromUtf8("Parse error while parsing '{a=\xc3\xa9}': at column 4: "
+                            "expected either ' or { or whitespace, got \xc3\xa9\n") },
         // A character outside Latin-1 is shown as NUL.
-        {QString::fromUtf8("{a=\xe4\xb8\xad}"),
-         QString::fromUtf8("Parse error while parsing '{a=\xe4\xb8\xad}': at column 4: expected either ' or { or "
-                           "whitespace, got ") + QChar(0) + QStringLiteral("\n")},
-        {"{a={b=2}}",
-         "Parse error while parsing '{a={b=2}}': at column 7: expected either ' or { or whitespace, got 2\n"},
+        { QString::fromUtf8("{a=\xe4\xb8\xad}"),
+          QString::fromUtf8(
+              "Parse error while parsing '{a=\xe4\xb8\xad}': at column 4: expected either ' or { or "
+              "whitespace, got ")
+              + QChar(0) + QStringLiteral("\n") },
+        { "{a={b=2}}",
+          "Parse error while parsing '{a={b=2}}': at column 7: expected either ' or { or whitespace, got "
+          "2\n" },
         // The braces of the trimmed text are checked before anything else.
-        {"{a='x", "Not a multi-property string: {a='x"},
-        {"{a='x\\", "Not a multi-property string: {a='x\\"},
-        {" {a='1'} x", "Not a multi-property string: {a='1'} x"},
-        {"{a='x}", "Object name '{a='x}' ended unexpectedly at column 6"},
-        {"{a='x\\}", "Object name '{a='x\\}' ended unexpectedly at column 7"},
-        {" {a}", "Object name '{a}' ended unexpectedly at column 3"},
-        {"{a={b='x}}", "Unexpected end of object name: {a={b='x}}. Parsing a nested object name starting at column 3 "
-                       "ended at column 10 which is unexpected."},
-        {" {a='1'} {b='2'}", "Error parsing object name  {a='1'} {b='2'} (trimmed: {a='1'} {b='2'}). Parsed 6 "
-                             "characters, but name still has 8 more to parse"},
+        { "{a='x", "Not a multi-property string: {a='x" },
+        { "{a='x\\", "Not a multi-property string: {a='x\\" },
+        { " {a='1'} x", "Not a multi-property string: {a='1'} x" },
+        { "{a='x}", "Object name '{a='x}' ended unexpectedly at column 6" },
+        { "{a='x\\}", "Object name '{a='x\\}' ended unexpectedly at column 7" },
+        { " {a}", "Object name '{a}' ended unexpectedly at column 3" },
+        { "{a={b='x}}",
+          "Unexpected end of object name: {a={b='x}}. Parsing a nested object name starting at column 3 "
+          "ended at column 10 which is unexpected." },
+        { " {a='1'} {b='2'}",
+          "Error parsing object name  {a='1'} {b='2'} (trimmed: {a='1'} {b='2'}). Parsed 6 "
+          "characters, but name still has 8 more to parse" },
         // Placeholders inside the name are not substituted again.
-        {"{a='%2'} {}", "Error parsing object name {a='%2'} {} (trimmed: {a='%2'} {}). Parsed 7 characters, but name "
-                        "still has 3 more to parse"},
+        { "{a='%2'} {}",
+          "Error parsing object name {a='%2'} {} (trimmed: {a='%2'} {}). Parsed 7 characters, but name "
+          "still has 3 more to parse" },
     };
     for (const auto &row : rows)
         EXPECT_EQ(parseError(row.first), row.second);
@@ -120,20 +131,14 @@ struct OffsetRow
     int offset;
 };
 const OffsetRow kOffsetRows[] = {
-    { "unexpectedCharacter", "{a=1}", 3 },
-    { "missingEquals", "{a~'x'}", 3 },
-    { "insideNestedName", "{a={b=2}}", 6 },
-    { "leadingBlanksCount", "  {a=1}", 5 },
-    { "ranOffTheEnd", "{a='x}", 6 },
-    { "escapedClosingBrace", "{a='x\\}", 7 },
-    { "unclosedNestedName", "{a={b='x}}", 3 },
-    { "surplusAfterClosingBrace", " {a='1'} {b='2'}", 8 },
-    { "notMultiProperty", "{a='x", -1 },
-    { "valid", "{a='1'}", -1 },
+    { "unexpectedCharacter", "{a=1}", 3 },     { "missingEquals", "{a~'x'}", 3 },
+    { "insideNestedName", "{a={b=2}}", 6 },    { "leadingBlanksCount", "  {a=1}", 5 },
+    { "ranOffTheEnd", "{a='x}", 6 },           { "escapedClosingBrace", "{a='x\\}", 7 },
+    { "unclosedNestedName", "{a={b='x}}", 3 }, { "surplusAfterClosingBrace", " {a='1'} {b='2'}", 8 },
+    { "notMultiProperty", "{a='x", -1 },       { "valid", "{a='1'}", -1 },
 };
 class ParseErrorOffset : public ::testing::TestWithParam<OffsetRow>
-{
-};
+{ };
 TEST_P(ParseErrorOffset, PointsAtTheOffendingCharacter)
 {
     const QString name = QString::fromUtf8(GetParam().name);
@@ -162,23 +167,41 @@ TEST(PropertyValue, PatternsSearchUnanchored)
 {
     const auto W = PropertyValue::Wildcard;
     const auto R = PropertyValue::RegularExpression;
-    const struct {
+    const struct
+    {
         PropertyValue::Modifiers op;
         const char *pattern, *candidate;
         bool matches;
     } rows[] = {
-        {W, "*.txt", "a.txt", true}, {W, "*.txt", "a.txt.bak", true}, {W, "*.txt", "atxt", false},
-        {W, "a?c", "xabc", true}, {W, "a\\*b", "xa*by", true}, {W, "a\\*b", "aXb", false},
-        {W, "[ab]x", "bx", true}, {W, "[^a]x", "ax", false}, {W, "[]a]", "]", true}, {W, "[\\]]", "]", true},
-        {W, "[ab", "[ab", false}, {W, "\\[a\\]", "[a]", true},
-        {W, "\\[a]", "[a]", false},     // a lone "]" is copied; the engine rejects the pattern
-        {W, "(x)+", "(x)+", true}, {W, "^a", "b^a", true},
+        { W, "*.txt", "a.txt", true },
+        { W, "*.txt", "a.txt.bak", true },
+        { W, "*.txt", "atxt", false },
+        { W, "a?c", "xabc", true },
+        { W, "a\\*b", "xa*by", true },
+        { W, "a\\*b", "aXb", false },
+        { W, "[ab]x", "bx", true },
+        { W, "[^a]x", "ax", false },
+        { W, "[]a]", "]", true },
+        { W, "[\\]]", "]", true },
+        { W, "[ab", "[ab", false },
+        { W, "\\[a\\]", "[a]", true },
+        { W, "\\[a]", "[a]", false }, // a lone "]" is copied; the engine rejects the pattern
+        { W, "(x)+", "(x)+", true },
+        { W, "^a", "b^a", true },
         // A backslash before an ordinary character or a metacharacter stands for itself.
-        {W, "a\\x", "a\\x", true}, {W, "a\\.b", "a\\.b", true}, {W, "a\\.b", "a.b", false}, {W, "a\\", "a\\", true},
+        { W, "a\\x", "a\\x", true },
+        { W, "a\\.b", "a\\.b", true },
+        { W, "a\\.b", "a.b", false },
+        { W, "a\\", "a\\", true },
         // The flag stays set after a doubled backslash, so the "b" is escaped again.
-        {W, "a\\\\b", "a\\\\b", true}, {W, "a\\\\b", "a\\b", false}, {W, "a\\\\", "a\\\\", true},
-        {R, "^OK$", "OK", true}, {R, "^OK$", "OK!", false}, {R, "Save", "Save As", true}, {R, "(", "(", false},
-        {PropertyValue::Modifiers(5), "x", "x", false},
+        { W, "a\\\\b", "a\\\\b", true },
+        { W, "a\\\\b", "a\\b", false },
+        { W, "a\\\\", "a\\\\", true },
+        { R, "^OK$", "OK", true },
+        { R, "^OK$", "OK!", false },
+        { R, "Save", "Save As", true },
+        { R, "(", "(", false },
+        { PropertyValue::Modifiers(5), "x", "x", false },
     };
     for (const auto &row : rows) {
         EXPECT_EQ(plain(QString::fromLatin1(row.pattern), row.op).matches(QString::fromLatin1(row.candidate)),
@@ -193,13 +216,13 @@ TEST(PropertyValue, EqualsResolvesNestedAndSymbolicNames)
     const PropertyValue nested(QStringLiteral("{type='QDialog' title='Save'}"), PropertyValue::Equals,
                                PropertyValue::NestedName);
     EXPECT_TRUE(nested.matches(QStringLiteral("{title='Save'  type='QDialog'}")));
-    EXPECT_TRUE(nested.matches(QStringLiteral(":{title='Save' type='QDialog'}")));   // no map: ":" dropped
+    EXPECT_TRUE(nested.matches(QStringLiteral(":{title='Save' type='QDialog'}"))); // no map: ":" dropped
     EXPECT_FALSE(nested.matches(QStringLiteral("{title~='Save' type='QDialog'}")));
     EXPECT_FALSE(nested.matches(QStringLiteral("{type='QDialog'}")));
 
     const PropertyValue symbolic(QStringLiteral(":Dialog"), PropertyValue::Equals, PropertyValue::PlainText);
     EXPECT_TRUE(symbolic.matches(QStringLiteral(":Dialog")));
-    EXPECT_FALSE(symbolic.matches(QStringLiteral("{type='QDialog' title='Save'}")));   // no map: unknown
+    EXPECT_FALSE(symbolic.matches(QStringLiteral("{type='QDialog' title='Save'}"))); // no map: unknown
     EXPECT_FALSE(plain("Save").matches(QStringLiteral("save")));
     EXPECT_FALSE(plain("Save").matches(QStringLiteral("Save As")));
 
@@ -209,7 +232,7 @@ TEST(PropertyValue, EqualsResolvesNestedAndSymbolicNames)
     EXPECT_TRUE(symbolic.matches(QStringLiteral("{title='Save' type='QDialog'}")));
     EXPECT_TRUE(symbolic.matches(QStringLiteral(":Alias")));
     EXPECT_FALSE(symbolic.matches(QStringLiteral("{title='Open' type='QDialog'}")));
-    EXPECT_FALSE(symbolic.matches(QStringLiteral("title='Save'")));   // neither symbolic nor multi-property
+    EXPECT_FALSE(symbolic.matches(QStringLiteral("title='Save'"))); // neither symbolic nor multi-property
     EXPECT_FALSE(plain(":Other").matches(QStringLiteral(":Dialog")));
     EXPECT_TRUE(nested.matches(QStringLiteral(":Dialog")));
     EXPECT_FALSE(nested.matches(QStringLiteral(":Missing")));
@@ -221,7 +244,8 @@ TEST(ObjectName, ValidityEmptinessAndMultiProperty)
     EXPECT_TRUE(none.isValid());
     EXPECT_TRUE(none.isEmpty());
     EXPECT_FALSE(none.isMultiProperty());
-    EXPECT_EQ(ObjectName(QString()).errorMessage(), QStringLiteral("Empty string is not a valid object name."));
+    EXPECT_EQ(ObjectName(QString()).errorMessage(),
+              QStringLiteral("Empty string is not a valid object name."));
 
     const ObjectName hierarchical(QStringLiteral("a.b"));
     EXPECT_FALSE(hierarchical.isEmpty());
@@ -273,9 +297,9 @@ TEST(ObjectName, TextStaysVerbatimUntilPropertiesChange)
 
 TEST(ObjectName, OccurrenceValue)
 {
-    const std::pair<const char *, int> rows[] = {{"{occurrence='2'}", 2},  {"{occurrence='0'}", -1},
-                                                 {"{occurrence='-3'}", -1}, {"{occurrence='x'}", -1},
-                                                 {"{occurrence=''}", 1},    {"{type='A'}", 1}};
+    const std::pair<const char *, int> rows[] = { { "{occurrence='2'}", 2 },   { "{occurrence='0'}", -1 },
+                                                  { "{occurrence='-3'}", -1 }, { "{occurrence='x'}", -1 },
+                                                  { "{occurrence=''}", 1 },    { "{type='A'}", 1 } };
     for (const auto &row : rows)
         EXPECT_EQ(ObjectName(QString::fromLatin1(row.first)).occurrenceValue(), row.second) << row.first;
 }

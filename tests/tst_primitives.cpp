@@ -41,12 +41,30 @@ Object::Ptr ownedArray(int t, std::vector<T> values, int count)
     return adopt(t, p, ObjectAttribute(ObjectAttribute::Array, count));
 }
 
-Object::Ptr anInt(int v) { return owned<int>(I::Int, v); }
-Object::Ptr anInt64(long long v) { return owned<long long>(I::Int64, v); }
-Object::Ptr aDouble(double v) { return owned<double>(I::Double, v); }
-Object::Ptr aBool(bool v) { return owned<bool>(I::Bool, v); }
-Object::Ptr aChar(char v) { return owned<char>(I::Char, v); }
-Object::Ptr text(const char *s) { return adopt(I::Char, qstrdup(s), ObjectAttribute(ObjectAttribute::Pointer)); }
+Object::Ptr anInt(int v)
+{
+    return owned<int>(I::Int, v);
+}
+Object::Ptr anInt64(long long v)
+{
+    return owned<long long>(I::Int64, v);
+}
+Object::Ptr aDouble(double v)
+{
+    return owned<double>(I::Double, v);
+}
+Object::Ptr aBool(bool v)
+{
+    return owned<bool>(I::Bool, v);
+}
+Object::Ptr aChar(char v)
+{
+    return owned<char>(I::Char, v);
+}
+Object::Ptr text(const char *s)
+{
+    return adopt(I::Char, qstrdup(s), ObjectAttribute(ObjectAttribute::Pointer));
+}
 
 Object::Ptr charArray(const char *bytes, int count)
 {
@@ -61,7 +79,8 @@ Object::Ptr texts(std::vector<const char *> items)
     char **p = new char *[items.size()];
     for (size_t i = 0; i < items.size(); ++i)
         p[i] = qstrdup(items[i]);
-    return adopt(I::Char, p, ObjectAttribute(ObjectAttribute::Pointer | ObjectAttribute::Array, int(items.size())));
+    return adopt(I::Char, p,
+                 ObjectAttribute(ObjectAttribute::Pointer | ObjectAttribute::Array, int(items.size())));
 }
 
 QByteArray golden(const char *name)
@@ -151,33 +170,46 @@ struct MatrixRow
 };
 
 const MatrixRow kMatrix[] = {
-    { "short", [] { return owned<short>(I::Short, 321); },
+    { "short",
+      [] { return owned<short>(I::Short, 321); },
       { "321", "321", "321", "321", "true", "321", "65", "321" } },
-    { "int", [] { return anInt(70000); }, { "4464", "70000", "70000", "70000", "true", "70000", "112", "70000" } },
-    { "long", [] { return owned<long>(I::Long, 0x100000042L); },
+    { "int",
+      [] { return anInt(70000); },
+      { "4464", "70000", "70000", "70000", "true", "70000", "112", "70000" } },
+    { "long",
+      [] { return owned<long>(I::Long, 0x100000042L); },
       { "66", "66", "4294967362", "4294967362", "true", "4.29497e+09", "66", "4294967362" } },
-    { "int64", [] { return anInt64(-(1LL << 32) + 65); },
+    { "int64",
+      [] { return anInt64(-(1LL << 32) + 65); },
       { "65", "65", "-4294967231", "-4294967231", "true", "-4.29497e+09", "65", "-4294967231" } },
     { "bool", [] { return aBool(true); }, { "1", "1", "1", "1", "true", "1", "1", "1" } },
     { "false", [] { return aBool(false); }, { "0", "0", "0", "0", "false", "0", "0", "0" } },
-    { "double", [] { return aDouble(70000.9); },
+    { "double",
+      [] { return aDouble(70000.9); },
       { "4464", "70000", "70000", "70000", "true", "70000.9", "112", "70000.9" } },
-    { "negative_double", [] { return aDouble(-2.7); }, { "-2", "-2", "-2", "-2", "true", "-2.7", "-2", "-2.7" } },
+    { "negative_double",
+      [] { return aDouble(-2.7); },
+      { "-2", "-2", "-2", "-2", "true", "-2.7", "-2", "-2.7" } },
     { "char", [] { return aChar('A'); }, { "65", "65", "65", "65", "true", "65", "65", "65" } },
     { "signed_char", [] { return aChar(char(-1)); }, { "-1", "-1", "-1", "-1", "true", "-1", "-1", "-1" } },
     { "small_double", [] { return aDouble(0.1); }, { "0", "0", "0", "0", "true", "0.1", "0", "0.1" } },
-    { "large_double", [] { return aDouble(1234567.0); },
+    { "large_double",
+      [] { return aDouble(1234567.0); },
       { "-10617", "1234567", "1234567", "1234567", "true", "1.23457e+06", "-121", "1.23457e+06" } },
-    { "nan", [] { return aDouble(std::nan("")); },
+    { "nan",
+      [] { return aDouble(std::nan("")); },
       { nullptr, nullptr, nullptr, nullptr, "true", "nan", nullptr, "nan" } },
-    { "int_array", [] { return ownedArray<int>(I::Int, { 9, 8 }, 2); }, { "9", "9", "9", "9", "true", "9", "9", "9" } },
+    { "int_array",
+      [] {
+          return ownedArray<int>(I::Int, { 9, 8 }, 2);
+      },
+      { "9", "9", "9", "9", "true", "9", "9", "9" } },
     { "char_array", [] { return charArray("AB", 2); }, { "65", "65", "65", "65", "true", "65", "65", "65" } },
 };
 
 // One case per source row, one failure line per bad cell: a broken cell hides none after it.
 class PrimitiveConversion : public ::testing::TestWithParam<MatrixRow>
-{
-};
+{ };
 
 TEST_P(PrimitiveConversion, EveryTargetOfTheRow)
 {
@@ -226,9 +258,12 @@ TEST(PrimitiveConversionForms, TextFormsAndRefusals)
         bool targetIsPointer;
     };
     const Refusal refusals[] = {
-        { owned<int>(I::Int, 1, 2), I::Int64, false }, { text("12"), I::Int, false },
-        { text("12"), I::Char, true },                  { anInt(1), I::Int, true },
-        { anInt(1), I::Void, false },                   { aBool(true), I::Undefined, false },
+        { owned<int>(I::Int, 1, 2), I::Int64, false },
+        { text("12"), I::Int, false },
+        { text("12"), I::Char, true },
+        { anInt(1), I::Int, true },
+        { anInt(1), I::Void, false },
+        { aBool(true), I::Undefined, false },
     };
     for (const Refusal &r : refusals) {
         const Class *cls = r.source->objectClass();
@@ -279,7 +314,8 @@ TEST(PrimitiveChar, ShapesReadDifferently)
     Object::Ptr list = texts({ "7", "8", "9" });
     EXPECT_EQ(list->toInteger(), 3);
     EXPECT_TRUE(list->toBoolean());
-    Object::Ptr zero = adopt(I::Char, new char *[1] { qstrdup("x") }, ObjectAttribute(18, 0));
+    Object::Ptr zero = adopt(
+        I::Char, new char *[1] { qstrdup("x") }, ObjectAttribute(18, 0));
     EXPECT_EQ(zero->toInteger(), 1);
     EXPECT_EQ(zero->toString(), "[x]");
     EXPECT_EQ(type(I::Char)->wrap(nullptr, ObjectAttribute(2))->toString(), "");
@@ -296,7 +332,8 @@ TEST(PrimitiveText, SingleValuesArraysAndDebugForms)
     Object::Ptr ints = ownedArray<int>(I::Int, { 1, 2, 3 }, 3);
     EXPECT_EQ(ints->toString(), "[ 1, 2, 3 ]");
     EXPECT_EQ(ints->toDebugString(), "[ 1 : int, 2 : int, 3 : int ]");
-    EXPECT_EQ(ownedArray<bool>(I::Bool, { true, false }, 2)->toDebugString(), "[ true : bool, false : bool ]");
+    EXPECT_EQ(ownedArray<bool>(I::Bool, { true, false }, 2)->toDebugString(),
+              "[ true : bool, false : bool ]");
     EXPECT_EQ(ownedArray<int>(I::Int, { 5 }, 0)->toString(), "5"); // a count of 0 is one element
     EXPECT_EQ(texts({ "a", "b" })->toString(), "[a, b]");
 
@@ -428,17 +465,29 @@ TEST(PrimitiveStream, GoldenFilesPerClass)
     const GoldenCase cases[] = {
         { "primitive_short.bin",
           { owned<short>(I::Short, -2), ownedArray<short>(I::Short, { 7, -32768 }, 2) },
-          { owned<short>(I::Short, 0), ownedArray<short>(I::Short, { 0, 0 }, 2) }, { "-2", "[ 7, -32768 ]" } },
-        { "primitive_int.bin", { anInt(70000), ownedArray<int>(I::Int, { 1, -1, 2147483647 }, 3) },
-          { anInt(0), ownedArray<int>(I::Int, { 0, 0, 0 }, 3) }, { "70000", "[ 1, -1, 2147483647 ]" } },
+          { owned<short>(I::Short, 0), ownedArray<short>(I::Short, { 0, 0 }, 2) },
+          { "-2", "[ 7, -32768 ]" } },
+        { "primitive_int.bin",
+          { anInt(70000), ownedArray<int>(I::Int, { 1, -1, 2147483647 }, 3) },
+          { anInt(0), ownedArray<int>(I::Int, { 0, 0, 0 }, 3) },
+          { "70000", "[ 1, -1, 2147483647 ]" } },
         // long keeps only its low 32 bits in the stream
-        { "primitive_long.bin", { owned<long>(I::Long, 0x100000005L), owned<long>(I::Long, -2) },
-          { owned<long>(I::Long, 9), owned<long>(I::Long, 9) }, { "5", "-2" } },
-        { "primitive_bool.bin", { aBool(true), ownedArray<bool>(I::Bool, { false, true }, 2) },
-          { aBool(false), ownedArray<bool>(I::Bool, { true, false }, 2) }, { "true", "[ false, true ]" } },
-        { "primitive_char.bin", { aChar('A'), charArray("hi", 3), text("ab"), texts({ "a", nullptr }) },
-          { aChar(0), charArray("\0\0\0", 3), text("old"), texts({ "x", "y" }) }, { "A", "hi", "ab", "[a, ]" } },
-        { "primitive_double.bin", { aDouble(0.1), aDouble(-2.5) }, { aDouble(0), aDouble(0) }, { "0.1", "-2.5" } },
+        { "primitive_long.bin",
+          { owned<long>(I::Long, 0x100000005L), owned<long>(I::Long, -2) },
+          { owned<long>(I::Long, 9), owned<long>(I::Long, 9) },
+          { "5", "-2" } },
+        { "primitive_bool.bin",
+          { aBool(true), ownedArray<bool>(I::Bool, { false, true }, 2) },
+          { aBool(false), ownedArray<bool>(I::Bool, { true, false }, 2) },
+          { "true", "[ false, true ]" } },
+        { "primitive_char.bin",
+          { aChar('A'), charArray("hi", 3), text("ab"), texts({ "a", nullptr }) },
+          { aChar(0), charArray("\0\0\0", 3), text("old"), texts({ "x", "y" }) },
+          { "A", "hi", "ab", "[a, ]" } },
+        { "primitive_double.bin",
+          { aDouble(0.1), aDouble(-2.5) },
+          { aDouble(0), aDouble(0) },
+          { "0.1", "-2.5" } },
         { "primitive_int64.bin", { anInt64(-9000000000LL) }, { anInt64(0) }, { "-9000000000" } },
     };
     for (const GoldenCase &c : cases) {
@@ -463,17 +512,24 @@ TEST(PrimitiveStream, ShortStreamsLeaveTheValueAndNullTextsRoundTrip)
     EXPECT_EQ(i->toInteger(), 9);
     // A length of about 2 GB followed by three bytes must fail without taking the memory.
     Object::Ptr t = text("old");
-    QDataStream in2(QByteArray("\x7f\xff\xff\xff" "abc", 7));
+    QDataStream in2(QByteArray("\x7f\xff\xff\xff"
+                               "abc",
+                               7));
     t->objectFromStream(in2);
     EXPECT_NE(in2.status(), QDataStream::Ok);
     EXPECT_EQ(t->toString(), "old");
     Object::Ptr list = texts({ "x", "y" });
-    QDataStream in3(QByteArray("\x00\x00\x00\x02" "a\0" "\x00\x00\x00\x05" "bc", 12));
+    QDataStream in3(QByteArray("\x00\x00\x00\x02"
+                               "a\0"
+                               "\x00\x00\x00\x05"
+                               "bc",
+                               12));
     list->objectFromStream(in3);
     EXPECT_NE(in3.status(), QDataStream::Ok);
     EXPECT_EQ(list->toString(), "[x, y]");
 
-    const QByteArray nullBytes = streamed({ type(I::Char)->wrap(nullptr, ObjectAttribute(ObjectAttribute::Pointer)) });
+    const QByteArray nullBytes = streamed(
+        { type(I::Char)->wrap(nullptr, ObjectAttribute(ObjectAttribute::Pointer)) });
     EXPECT_EQ(nullBytes, QByteArray(4, '\0'));
     QDataStream in4(nullBytes);
     t->objectFromStream(in4);

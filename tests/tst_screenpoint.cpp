@@ -9,7 +9,10 @@ using namespace Vexil;
 
 namespace {
 
-Object::Ptr integer(int v) { return Inspector::self()->createPrimitive(v); }
+Object::Ptr integer(int v)
+{
+    return Inspector::self()->createPrimitive(v);
+}
 typedef std::pair<int, int> P;
 P xy(const Object::Ptr &o)
 {

@@ -12,9 +12,18 @@ using namespace Vexil;
 
 namespace {
 
-const Class *rectClass() { return objectModelScreenRectangleClass(); }
-Object::Ptr integer(int v) { return Inspector::self()->createPrimitive(v); }
-std::vector<int> fields(const ScreenRectangle &r) { return { r.x, r.y, r.width, r.height }; }
+const Class *rectClass()
+{
+    return objectModelScreenRectangleClass();
+}
+Object::Ptr integer(int v)
+{
+    return Inspector::self()->createPrimitive(v);
+}
+std::vector<int> fields(const ScreenRectangle &r)
+{
+    return { r.x, r.y, r.width, r.height };
+}
 typedef std::vector<int> F;
 typedef std::pair<int, int> P;
 
@@ -77,7 +86,8 @@ TEST(ScreenRectangleClass, CenterRoundsDownAndIsOriginForNegativeSizes)
     const Method *center = rectClass()->method(0);
     EXPECT_EQ(center->invoke(integer(1), ObjectList()), nullptr);
     EXPECT_EQ(center->invoke(rectClass()->createNull(), ObjectList()), nullptr);
-    EXPECT_EQ(Inspector::self()->lastError(), "Cannot invoke member function center() on null object reference");
+    EXPECT_EQ(Inspector::self()->lastError(),
+              "Cannot invoke member function center() on null object reference");
     {
         VexilTest::StderrCapture capture;
         EXPECT_EQ(center->invoke(rectangle(0, 0, 2, 2), ObjectList { integer(1) }), nullptr);

@@ -18,7 +18,10 @@ namespace {
 class MinimalDelegate : public WindowInteractionDelegate
 {
 public:
-    explicit MinimalDelegate(const QString &className) : WindowInteractionDelegate(className) { }
+    explicit MinimalDelegate(const QString &className)
+        : WindowInteractionDelegate(className)
+    {
+    }
 
     FunctionCallResult<void> closeWindow(Object::Ptr w) const override { return record(w, "close"); }
     FunctionCallResult<void> maximizeWindow(Object::Ptr w) const override { return record(w, "maximize"); }
@@ -60,8 +63,14 @@ class FullDelegate : public MinimalDelegate
 public:
     using MinimalDelegate::MinimalDelegate;
 
-    FunctionCallResult<void> setFullscreenWindow(Object::Ptr w) const override { return record(w, "fullscreen"); }
-    FunctionCallResult<void> setForegroundWindow(Object::Ptr w) const override { return record(w, "foreground"); }
+    FunctionCallResult<void> setFullscreenWindow(Object::Ptr w) const override
+    {
+        return record(w, "fullscreen");
+    }
+    FunctionCallResult<void> setForegroundWindow(Object::Ptr w) const override
+    {
+        return record(w, "foreground");
+    }
     FunctionCallResult<void> setFocusedWindow(Object::Ptr w) const override { return record(w, "focus"); }
     FunctionCallResult<Object::Ptr> focusedWindow() const override { return { focused, focusError }; }
     FunctionCallResult<ScreenRectangle> windowGeometry(Object::Ptr w) const override
@@ -93,14 +102,21 @@ protected:
 
     void SetUp() override
     {
-        for (MinimalDelegate *d : std::initializer_list<MinimalDelegate *> { s_alpha, s_minimal, s_full, s_zeta })
+        for (MinimalDelegate *d :
+             std::initializer_list<MinimalDelegate *> { s_alpha, s_minimal, s_full, s_zeta })
             d->reset();
         Inspector::self()->lastError();
     }
 
-    static Object::Ptr window(const Class *cls, int slot = 0) { return cls->wrap(&s_data[slot], ObjectAttribute()); }
+    static Object::Ptr window(const Class *cls, int slot = 0)
+    {
+        return cls->wrap(&s_data[slot], ObjectAttribute());
+    }
 
-    static Object::Ptr call(const char *name, const ObjectList &args) { return VexilTest::callGlobal(name, args); }
+    static Object::Ptr call(const char *name, const ObjectList &args)
+    {
+        return VexilTest::callGlobal(name, args);
+    }
     static Object::Ptr integer(int v) { return VexilTest::value(v); }
     static QString lastError() { return Inspector::self()->lastError(); }
 
@@ -128,11 +144,16 @@ protected:
 TEST_F(WindowInteraction, FunctionsArePublishedAsStaticGlobals)
 {
     const char *const rows[][2] = {
-        { "_vexil_window_close", "()" },         { "_vexil_window_maximize", "()" },
-        { "_vexil_window_minimize", "()" },      { "_vexil_window_moveto", "(, int x, int y)" },
-        { "_vexil_window_resizeto", "(, int w, int h)" }, { "_vexil_window_restore", "()" },
-        { "_vexil_window_fullscreen_set", "()" }, { "_vexil_window_foreground_set", "()" },
-        { "_vexil_window_focus_set", "()" },     { "_vexil_window_geometry_get", "()" },
+        { "_vexil_window_close", "()" },
+        { "_vexil_window_maximize", "()" },
+        { "_vexil_window_minimize", "()" },
+        { "_vexil_window_moveto", "(, int x, int y)" },
+        { "_vexil_window_resizeto", "(, int w, int h)" },
+        { "_vexil_window_restore", "()" },
+        { "_vexil_window_fullscreen_set", "()" },
+        { "_vexil_window_foreground_set", "()" },
+        { "_vexil_window_focus_set", "()" },
+        { "_vexil_window_geometry_get", "()" },
     };
     for (const auto &row : rows) {
         SCOPED_TRACE(row[0]);
@@ -140,13 +161,15 @@ TEST_F(WindowInteraction, FunctionsArePublishedAsStaticGlobals)
         ASSERT_NE(m, nullptr);
         EXPECT_TRUE(m->isStatic());
         EXPECT_EQ(m->ownerClass(), Inspector::self()->globalClass());
-        const QString returns = QByteArray(row[0]) == "_vexil_window_geometry_get" ? "ScreenRectangle" : "void";
+        const QString returns = QByteArray(row[0]) == "_vexil_window_geometry_get" ? "ScreenRectangle"
+                                                                                   : "void";
         const QString params = QString::fromLatin1(row[1]).replace(0, 1, QStringLiteral("(WiWindow object"));
         EXPECT_EQ(m->toString(), returns + " " + row[0] + params);
         // One overload per registered window class.
         EXPECT_EQ(Inspector::self()->globalClass()->methods(QString::fromLatin1(row[0])).size(), 3u);
     }
-    const MethodList focused = Inspector::self()->globalClass()->methods(QStringLiteral("_vexil_window_focused"));
+    const MethodList focused = Inspector::self()->globalClass()->methods(
+        QStringLiteral("_vexil_window_focused"));
     ASSERT_FALSE(focused.empty());
     EXPECT_EQ(focused[0]->toString(), "void _vexil_window_focused()");
 }
@@ -154,9 +177,12 @@ TEST_F(WindowInteraction, FunctionsArePublishedAsStaticGlobals)
 TEST_F(WindowInteraction, OperationsReachTheDelegateOfTheClassOrItsBase)
 {
     const char *const rows[][2] = {
-        { "_vexil_window_close", "close" },     { "_vexil_window_maximize", "maximize" },
-        { "_vexil_window_minimize", "minimize" }, { "_vexil_window_restore", "restore" },
-        { "_vexil_window_fullscreen_set", "fullscreen" }, { "_vexil_window_foreground_set", "foreground" },
+        { "_vexil_window_close", "close" },
+        { "_vexil_window_maximize", "maximize" },
+        { "_vexil_window_minimize", "minimize" },
+        { "_vexil_window_restore", "restore" },
+        { "_vexil_window_fullscreen_set", "fullscreen" },
+        { "_vexil_window_foreground_set", "foreground" },
         { "_vexil_window_focus_set", "focus" },
     };
     const Object::Ptr w = window(s_window);
@@ -185,7 +211,8 @@ TEST_F(WindowInteraction, GeometryComesBackAsScreenRectangle)
     ASSERT_TRUE(r);
     EXPECT_EQ(r->objectClass(), objectModelScreenRectangleClass());
     const ScreenRectangle rect = unwrapScreenRectangle(r);
-    EXPECT_EQ(std::vector<int>({ rect.x, rect.y, rect.width, rect.height }), std::vector<int>({ 10, 20, 300, 200 }));
+    EXPECT_EQ(std::vector<int>({ rect.x, rect.y, rect.width, rect.height }),
+              std::vector<int>({ 10, 20, 300, 200 }));
 
     // A delegate's error reaches the script.
     s_full->failWith = QStringLiteral("Window is being destroyed");
@@ -199,13 +226,16 @@ TEST_F(WindowInteraction, DefaultsNameTheClass)
 {
     const Object::Ptr w = window(s_plain, 2);
     EXPECT_EQ(call("_vexil_window_fullscreen_set", { w }), nullptr);
-    EXPECT_EQ(lastError(), QStringLiteral("Setting fullscreen state on objects of type WiPlain is not supported."));
+    EXPECT_EQ(lastError(),
+              QStringLiteral("Setting fullscreen state on objects of type WiPlain is not supported."));
     EXPECT_EQ(call("_vexil_window_foreground_set", { w }), nullptr);
-    EXPECT_EQ(lastError(), QStringLiteral("Setting foreground state on objects of type WiPlain is not supported."));
+    EXPECT_EQ(lastError(),
+              QStringLiteral("Setting foreground state on objects of type WiPlain is not supported."));
     EXPECT_EQ(call("_vexil_window_focus_set", { w }), nullptr);
     EXPECT_EQ(lastError(), QStringLiteral("Focusing objects of type WiPlain is not supported."));
     EXPECT_EQ(call("_vexil_window_geometry_get", { w }), nullptr);
-    EXPECT_EQ(lastError(), QStringLiteral("Fetching window geometry for objects of type WiPlain is not supported."));
+    EXPECT_EQ(lastError(),
+              QStringLiteral("Fetching window geometry for objects of type WiPlain is not supported."));
     EXPECT_TRUE(s_minimal->calls.isEmpty());
 
     const ScreenRectangle geometry = s_minimal->windowGeometry(w).value;

@@ -35,12 +35,15 @@ struct StringBlock
     QByteArray data;
 };
 
-
 // A wrapped class with an enum "Color", the superclass "WcBase", and a realType that maps "Handle" to it.
 class WcWidget : public Class
 {
 public:
-    explicit WcWidget(const char *name) : Class(name, true) { setNumEnums(1); }
+    explicit WcWidget(const char *name)
+        : Class(name, true)
+    {
+        setNumEnums(1);
+    }
 
     void initSuperClass() override
     {
@@ -70,10 +73,13 @@ protected:
         s_widget = new WcWidget("WcWidget");
     }
 
-    ArgumentDescriptor named(int kind, const char *type, const char *name = nullptr, const char *enumName = nullptr)
+    ArgumentDescriptor named(int kind, const char *type, const char *name = nullptr,
+                             const char *enumName = nullptr)
     {
-        return ArgumentDescriptor { name ? strings.add(name) : -1, std::int8_t(kind), strings.add(type), 0, 0,
-                                    enumName ? strings.add(enumName) : -1 };
+        return ArgumentDescriptor {
+            name ? strings.add(name) : -1,        std::int8_t(kind), strings.add(type), 0, 0,
+            enumName ? strings.add(enumName) : -1
+        };
     }
     WrapperCreator creator() const
     {
@@ -91,9 +97,17 @@ WcWidget *WrapperCreatorTest::s_widget = nullptr;
 
 TEST_F(WrapperCreatorTest, ArgumentFromPrimitiveOrTypeName)
 {
-    const ArgumentDescriptor d { strings.add("gr\xc3\xb6\xc3\x9f" "e"), 0, Inspector::Int, 4 | 2, 3, -1 };
+    const ArgumentDescriptor d { strings.add("gr\xc3\xb6\xc3\x9f"
+                                             "e"),
+                                 0,
+                                 Inspector::Int,
+                                 4 | 2,
+                                 3,
+                                 -1 };
     const Argument a = creator().argumentFromDescriptor(d);
-    EXPECT_EQ(a.name(), QString::fromUtf8("gr\xc3\xb6\xc3\x9f" "e"));
+    EXPECT_EQ(a.name(),
+              QString::fromUtf8("gr\xc3\xb6\xc3\x9f"
+                                "e"));
     EXPECT_EQ(a.type(), primitive(Inspector::Int));
     EXPECT_EQ(a.flags(), 6u);
     EXPECT_EQ(a.count(), 3);
@@ -132,7 +146,8 @@ TEST_F(WrapperCreatorTest, ScopedNameNamesAnEnumUnlessOneIsNamed)
     const Argument b = creator().argumentFromDescriptor(named(1, "int", nullptr, "WcWidget::Color"));
     EXPECT_EQ(b.type(), primitive(Inspector::Int));
     EXPECT_EQ(b.enumeration(), color());
-    const Argument c = creator().argumentFromDescriptor(named(1, "WcWidget::Color", nullptr, "WcWidget::Color"));
+    const Argument c = creator().argumentFromDescriptor(
+        named(1, "WcWidget::Color", nullptr, "WcWidget::Color"));
     EXPECT_EQ(c.type(), primitive(Inspector::Undefined));
     EXPECT_EQ(c.enumeration(), color());
 }

@@ -56,7 +56,8 @@ QString printable(const Object::Ptr &o)
 QString call(const char *function, const ObjectList &args)
 {
     insp()->lastError();
-    const Object::Ptr result = insp()->globalClass()->methods(QLatin1String(function)).invoke(Object::Ptr(), args);
+    const Object::Ptr result =
+        insp()->globalClass()->methods(QLatin1String(function)).invoke(Object::Ptr(), args);
     const QString error = insp()->lastError();
     EXPECT_EQ(!result, !error.isEmpty()) << function;
     return error;
@@ -76,7 +77,8 @@ public:
 protected:
     bool event(QEvent *e) override
     {
-        if (e->type() != QEvent::TouchBegin && e->type() != QEvent::TouchUpdate && e->type() != QEvent::TouchEnd)
+        if (e->type() != QEvent::TouchBegin && e->type() != QEvent::TouchUpdate
+            && e->type() != QEvent::TouchEnd)
             return QWidget::event(e);
         const auto *touch = static_cast<QTouchEvent *>(e);
         if (e->type() == QEvent::TouchBegin) {
@@ -110,7 +112,8 @@ public:
         list->setObjectName(QStringLiteral("list"));
         for (int i = 0; i < 50; ++i)
             list->addItem(QStringLiteral("Row %1").arg(i));
-        QObject::connect(list, &QListWidget::itemDoubleClicked, [this](QListWidgetItem *i) { doubled = i->text(); });
+        QObject::connect(list, &QListWidget::itemDoubleClicked,
+                         [this](QListWidgetItem *i) { doubled = i->text(); });
         table = new QTableWidget(3, 2);
         table->setObjectName(QStringLiteral("table"));
         for (int r = 0; r < 3; ++r)
@@ -182,7 +185,8 @@ TEST_F(Mouse, ClickPressesAndReleasesTheButton)
 {
     EXPECT_EQ(call("mouseClick", { object(ok) }), QString());
     EXPECT_EQ(okClicks, 1);
-    EXPECT_EQ(call("mouseClick", { object(ok), number(2), number(2), text("left"), text("Shift") }), QString());
+    EXPECT_EQ(call("mouseClick", { object(ok), number(2), number(2), text("left"), text("Shift") }),
+              QString());
     EXPECT_EQ(okClicks, 2);
     // A right click does not click a push button; a press alone does not either, until the release.
     EXPECT_EQ(call("mouseClick", { object(ok), number(-1), number(-1), text("right") }), QString());
@@ -202,8 +206,9 @@ TEST_F(Mouse, ClickGivesTheFocusAsAPersonsClickDoes)
 
 TEST_F(Mouse, SeparateClicksAreNoDoubleClick)
 {
-    const Object::Ptr row = find(QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' "
-                                                "text='Row 2'}"));
+    const Object::Ptr row = find(
+        QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' "
+                       "text='Row 2'}"));
     ASSERT_TRUE(row) << insp()->lastError().toStdString();
     EXPECT_EQ(call("mouseClick", { row }), QString());
     EXPECT_EQ(call("mouseClick", { row }), QString());
@@ -220,14 +225,14 @@ struct RefusalRow
 };
 
 class MouseRefusals : public InputTest, public ::testing::WithParamInterface<RefusalRow>
-{
-};
+{ };
 
 TEST_P(MouseRefusals, SayWhy)
 {
     GetParam().prepare(this);
     const QString error = call("mouseClick", { object(ok) });
-    EXPECT_TRUE(error.startsWith(QString::fromLatin1(GetParam().expected).arg(printable(ok)))) << error.toStdString();
+    EXPECT_TRUE(error.startsWith(QString::fromLatin1(GetParam().expected).arg(printable(ok))))
+        << error.toStdString();
     EXPECT_EQ(okClicks, 0);
 }
 
@@ -252,7 +257,8 @@ TEST_F(Mouse, CoveredPointNamesTheCover)
     cover->setGeometry(ok->geometry());
     cover->show();
     const QString error = call("mouseClick", { object(ok) });
-    EXPECT_TRUE(error.endsWith(QStringLiteral("is covered by '%1'").arg(printable(cover)))) << error.toStdString();
+    EXPECT_TRUE(error.endsWith(QStringLiteral("is covered by '%1'").arg(printable(cover))))
+        << error.toStdString();
 }
 
 struct BadArgumentRow
@@ -264,16 +270,15 @@ struct BadArgumentRow
 };
 
 class BadArguments : public InputTest, public ::testing::WithParamInterface<BadArgumentRow>
-{
-};
+{ };
 
 TEST_P(BadArguments, NameTheBadWord)
 {
     const BadArgumentRow &row = GetParam();
     const QString function = QString::fromLatin1(row.function);
     ObjectList args { object(function == QLatin1String("type") || function == QLatin1String("keyPress")
-                                     ? static_cast<QWidget *>(edit)
-                                     : static_cast<QWidget *>(ok)) };
+                                 ? static_cast<QWidget *>(edit)
+                                 : static_cast<QWidget *>(ok)) };
     if (function == QLatin1String("mouseClick")) {
         args.push_back(number(-1));
         args.push_back(number(-1));
@@ -289,7 +294,8 @@ TEST_P(BadArguments, NameTheBadWord)
 }
 
 const BadArgumentRow kBadArguments[] = {
-    { "button", "mouseClick", "up", "Cannot click '%1': Unknown mouse button 'up' (use left, right or middle)" },
+    { "button", "mouseClick", "up",
+      "Cannot click '%1': Unknown mouse button 'up' (use left, right or middle)" },
     { "modifier", "mouseClick", "Ctrl+Hyper",
       "Cannot click '%1': Unknown modifier 'Hyper' (use Ctrl, Shift, Alt or Meta joined by '+')" },
     { "key", "type", "ab<Foo>", "Cannot type into '%1': Unknown key name 'Foo' in 'Foo'" },
@@ -307,7 +313,8 @@ using Keys = InputTest;
 
 TEST_F(Keys, TypingEditsAsKeysWould)
 {
-    EXPECT_EQ(call("type", { object(edit), text("Hello<Ctrl+A><Backspace>Bye<Home><<x<End><Shift+Home>") }), QString());
+    EXPECT_EQ(call("type", { object(edit), text("Hello<Ctrl+A><Backspace>Bye<Home><<x<End><Shift+Home>") }),
+              QString());
     EXPECT_EQ(edit->text(), QStringLiteral("<xBye"));
     EXPECT_EQ(edit->selectedText(), QStringLiteral("<xBye"));
 }
@@ -336,7 +343,8 @@ using Items = InputTest;
 
 TEST_F(Items, RowsAreFoundByTextReadAndClicked)
 {
-    const Object::Ptr row = find(QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 40'}"));
+    const Object::Ptr row = find(
+        QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 40'}"));
     ASSERT_TRUE(row) << insp()->lastError().toStdString();
     EXPECT_EQ(read(row, "row"), QStringLiteral("40"));
     EXPECT_EQ(read(row, "selected"), QStringLiteral("false"));
@@ -348,20 +356,23 @@ TEST_F(Items, RowsAreFoundByTextReadAndClicked)
 
 TEST_F(Items, CellsTreeItemsAndComboItems)
 {
-    const Object::Ptr cell = find(QStringLiteral("{column='1' container={name='table' type='QTableWidget'} type='QModelIndex' "
-                                                 "text='2-1'}"));
+    const Object::Ptr cell = find(
+        QStringLiteral("{column='1' container={name='table' type='QTableWidget'} type='QModelIndex' "
+                       "text='2-1'}"));
     ASSERT_TRUE(cell) << insp()->lastError().toStdString();
     EXPECT_EQ(call("mouseClick", { cell }), QString());
     EXPECT_EQ(table->currentRow(), 2);
     EXPECT_EQ(table->currentColumn(), 1);
 
     // The child of a collapsed parent: scrolling to it opens the parent.
-    const Object::Ptr apple = find(QStringLiteral("{container={name='tree' type='QTreeView'} type='QModelIndex' text='Apple'}"));
+    const Object::Ptr apple = find(
+        QStringLiteral("{container={name='tree' type='QTreeView'} type='QModelIndex' text='Apple'}"));
     ASSERT_TRUE(apple);
     EXPECT_EQ(call("mouseClick", { apple }), QString());
     EXPECT_EQ(tree->currentIndex().data().toString(), QStringLiteral("Apple"));
 
-    const Object::Ptr blue = find(QStringLiteral("{container={name='combo' type='QComboBox'} type='QModelIndex' text='Blue'}"));
+    const Object::Ptr blue = find(
+        QStringLiteral("{container={name='combo' type='QComboBox'} type='QModelIndex' text='Blue'}"));
     ASSERT_TRUE(blue);
     EXPECT_EQ(call("mouseClick", { blue }), QString());
     EXPECT_EQ(combo->currentText(), QStringLiteral("Blue"));
@@ -370,9 +381,11 @@ TEST_F(Items, CellsTreeItemsAndComboItems)
 
 TEST_F(Items, MissingItemReportsTheUnmatchedProperty)
 {
-    const QString name = QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 99'}");
+    const QString name = QStringLiteral(
+        "{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 99'}");
     EXPECT_FALSE(find(name));
-    EXPECT_TRUE(insp()->lastError().contains(QStringLiteral("Could not match properties:\n    text for object name")))
+    EXPECT_TRUE(
+        insp()->lastError().contains(QStringLiteral("Could not match properties:\n    text for object name")))
         << insp()->lastError().toStdString();
 }
 
@@ -424,9 +437,8 @@ TEST_F(InputTest, GestureReplaysAsTouchEvents)
     QCoreApplication::processEvents();
     const Class *builderClass = insp()->type(QStringLiteral("GestureBuilder"));
     ASSERT_TRUE(builderClass);
-    const Object::Ptr gesture =
-        builderClass->construct(ObjectList { insp()->createPrimitive(300.0), insp()->createPrimitive(300.0),
-                                             number(GestureBuilderClass::Pixel) });
+    const Object::Ptr gesture = builderClass->construct(ObjectList {
+        insp()->createPrimitive(300.0), insp()->createPrimitive(300.0), number(GestureBuilderClass::Pixel) });
     ASSERT_TRUE(gesture);
     auto chain = [&](const char *method, const ObjectList &args) {
         ASSERT_TRUE(builderClass->methods(QLatin1String(method)).invoke(gesture, args)) << method;
@@ -469,12 +481,15 @@ TEST_F(Recording, ClicksTypingItemsAndMenusBecomeRecords)
     VexilTest::RecordCollector collector;
     call("mouseClick", { object(ok), number(3), number(4) });
     call("type", { object(edit), text("Hi<Tab>") });
-    call("mouseClick", { find(QStringLiteral("{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 1'}")) });
+    call("mouseClick",
+         { find(QStringLiteral(
+             "{container={name='list' type='QListWidget'} type='QModelIndex' text='Row 1'}")) });
     call("activateMenuItem", { object(window.get()), text("File|Recent|a.txt") });
 
     std::vector<std::pair<QString, QString>> seen;
     for (const EventData &r : collector.records)
-        seen.emplace_back(r.eventName, r.objectId + QLatin1Char(' ')
+        seen.emplace_back(r.eventName,
+                          r.objectId + QLatin1Char(' ')
                               + (r.arguments.size() ? r.arguments[0].value : QString()));
     const std::vector<std::pair<QString, QString>> expected = {
         { "mouseClick", ":w.ok_QPushButton 3" },
@@ -483,7 +498,8 @@ TEST_F(Recording, ClicksTypingItemsAndMenusBecomeRecords)
         { "keyPress", ":w.edit_QLineEdit i" },
         { "textChanged", ":w.edit_QLineEdit Hi" },
         { "keyPress", ":w.edit_QLineEdit <Tab>" },
-        { "mouseClick", ":list.Row 1_QModelIndex " + QString::number(list->visualItemRect(list->item(1)).center().x()) },
+        { "mouseClick",
+          ":list.Row 1_QModelIndex " + QString::number(list->visualItemRect(list->item(1)).center().x()) },
         { "activateMenuItem", ":w_QMenuBar File|Recent|a.txt" },
     };
     EXPECT_EQ(seen, expected);

@@ -32,9 +32,9 @@
 #include <vector>
 
 using namespace Vexil;
-using VexilTest::insp;
 using VexilDemo::DemoMainWindow;
 using VexilDemo::SettingsDialog;
+using VexilTest::insp;
 
 namespace {
 
@@ -121,7 +121,8 @@ TEST_F(QtClasses, PropertiesMapToTheModelsTypes)
     const Property *text = edit->property(QStringLiteral("text"));
     ASSERT_NE(text, nullptr);
     EXPECT_EQ(text->type(), in->type(Inspector::Char));
-    EXPECT_EQ(text->declaration()->value().flags() & ObjectAttribute::Pointer, unsigned(ObjectAttribute::Pointer));
+    EXPECT_EQ(text->declaration()->value().flags() & ObjectAttribute::Pointer,
+              unsigned(ObjectAttribute::Pointer));
     EXPECT_TRUE(text->isReadable());
     EXPECT_TRUE(text->isWritable());
     EXPECT_EQ(edit->property(QStringLiteral("maxLength"))->type(), in->type(Inspector::Int));
@@ -153,7 +154,8 @@ TEST_F(QtClasses, SlotsInvokablesSignalsAndEnums)
 {
     const Class *demo = QtWrapper::classForMetaObject(&DemoMainWindow::staticMetaObject);
     ASSERT_EQ(demo->methods(QStringLiteral("greeting")).size(), 1u);
-    EXPECT_EQ(demo->methods(QStringLiteral("greeting"))[0]->toString(), QStringLiteral("char* greeting(char * name)"));
+    EXPECT_EQ(demo->methods(QStringLiteral("greeting"))[0]->toString(),
+              QStringLiteral("char* greeting(char * name)"));
     EXPECT_EQ(demo->methods(QStringLiteral("submit"))[0]->toString(), QStringLiteral("void submit()"));
     EXPECT_EQ(demo->methods(QStringLiteral("offsetBy"))[0]->toString(),
               QStringLiteral("ScreenPoint offsetBy(ScreenPoint point, int dx, int dy)"));
@@ -194,7 +196,7 @@ TEST_F(QtObjects, OneWrapperPerLiveObject)
     Object::Ptr b = QtWrapper::wrapQObject(ok);
     EXPECT_EQ(a, b);
     EXPECT_EQ(QtWrapper::qobjectOf(a), ok);
-    EXPECT_EQ(a->dereference(), a);             // never a second, untracked object on the same widget
+    EXPECT_EQ(a->dereference(), a); // never a second, untracked object on the same widget
     EXPECT_EQ(QtWrapper::wrapQObject(nullptr), nullptr);
     EXPECT_EQ(QtWrapper::qobjectOf(insp()->createPrimitive(1)), nullptr);
 }
@@ -228,7 +230,8 @@ TEST_F(QtObjects, DestroyedObjectReportsInvalidation)
 
     // Reads and calls are refused as for a closed dialog (below); a write is too.
     EXPECT_FALSE(textProperty->set(wrapper, text("x")));
-    EXPECT_EQ(insp()->lastError(), QStringLiteral("Cannot access property text on invalidated object reference"));
+    EXPECT_EQ(insp()->lastError(),
+              QStringLiteral("Cannot access property text on invalidated object reference"));
 
     // A new object, possibly at the same address, gets a wrapper of its own that the old one's death leaves.
     auto *next = new QLabel(QStringLiteral("next"), window);
@@ -297,8 +300,11 @@ TEST_F(QtHierarchy, RealNamesFindTheirObjectsAgain)
     auto *twinB = new QLabel(QStringLiteral("Twin"), central);
     twinA->show();
     twinB->show();
-    const QList<QObject *> objects = { window, widget<QPushButton>("okButton"), widget<QPushButton>("okButton", dialog),
-                                       dialog, widget<QAction>("settingsAction"), twinA, twinB };
+    const QList<QObject *> objects = {
+        window, widget<QPushButton>("okButton"),   widget<QPushButton>("okButton", dialog),
+        dialog, widget<QAction>("settingsAction"), twinA,
+        twinB
+    };
     for (QObject *o : objects) {
         const QString real = QtWrapper::realName(o);
         Object::Ptr found = find(real);
@@ -331,7 +337,8 @@ TEST_F(QtLookup, MultiPropertyNames)
     EXPECT_EQ(found("{type='QPushButton' text='OK' window={name='mainWindow'}}"), mainOk);
     EXPECT_EQ(found("{type='QPushButton' text='OK' window='settingsDialog'}"), dialogOk);
     EXPECT_EQ(found("{type='QPushButton' container={name='form' type='QGroupBox'}}"), mainOk);
-    EXPECT_EQ(found("{type='QPushButton' container={name='form'} occurrence='2'}"), widget<QPushButton>("clearButton"));
+    EXPECT_EQ(found("{type='QPushButton' container={name='form'} occurrence='2'}"),
+              widget<QPushButton>("clearButton"));
     EXPECT_EQ(found("{name='serverEdit'}"), widget<QLineEdit>("serverEdit", dialog));
 
     // Any readable property, by its text form; patterns as the name syntax has them.
@@ -385,7 +392,8 @@ TEST_F(QtLookup, SymbolicNestedAndPrefixedNames)
 
     EXPECT_EQ(QtWrapper::qobjectOf(find(QStringLiteral(":Settings.OK_QPushButton"))),
               widget<QPushButton>("okButton", dialog));
-    EXPECT_EQ(QtWrapper::qobjectOf(find(QStringLiteral("{type='QLineEdit' window=':Settings_SettingsDialog'}"))),
+    EXPECT_EQ(QtWrapper::qobjectOf(
+                  find(QStringLiteral("{type='QLineEdit' window=':Settings_SettingsDialog'}"))),
               widget<QLineEdit>("serverEdit", dialog));
     EXPECT_EQ(QtWrapper::qobjectOf(find(QStringLiteral("{type='VexilDemo::SettingsDialog'}.serverEdit"))),
               widget<QLineEdit>("serverEdit", dialog));
@@ -402,33 +410,39 @@ TEST_F(QtLookup, FailuresExplainThemselves)
     };
 
     EXPECT_EQ(fails(QStringLiteral("{type='QPushButton' text='Nope'}")),
-              QStringLiteral("Object '{type='QPushButton' text='Nope'}' not found. Could not match properties:\n"
-                             "    text for object name: '{text='Nope' type='QPushButton'}'"));
+              QStringLiteral(
+                  "Object '{type='QPushButton' text='Nope'}' not found. Could not match properties:\n"
+                  "    text for object name: '{text='Nope' type='QPushButton'}'"));
     EXPECT_EQ(insp()->lastError(), QString());
 
     // The candidate that came closest speaks: a push button misses two properties, anything else three.
     EXPECT_EQ(fails(QStringLiteral("{type='QPushButton' name='nothing' text='Nope'}")),
-              QStringLiteral("Object '{type='QPushButton' name='nothing' text='Nope'}' not found. Could not match "
-                             "properties:\n    name,text for object name: '{name='nothing' text='Nope' "
-                             "type='QPushButton'}'"));
+              QStringLiteral(
+                  "Object '{type='QPushButton' name='nothing' text='Nope'}' not found. Could not match "
+                  "properties:\n    name,text for object name: '{name='nothing' text='Nope' "
+                  "type='QPushButton'}'"));
     EXPECT_EQ(fails(QStringLiteral("{type='QPushButton' text='OK' window={type='QWizard'}}")),
-              QStringLiteral("Object '{type='QPushButton' text='OK' window={type='QWizard'}}' not found. Could not "
-                             "match properties:\n    window for object name: '{text='OK' type='QPushButton' "
-                             "window={type='QWizard'}}'"));
+              QStringLiteral(
+                  "Object '{type='QPushButton' text='OK' window={type='QWizard'}}' not found. Could not "
+                  "match properties:\n    window for object name: '{text='OK' type='QPushButton' "
+                  "window={type='QWizard'}}'"));
     EXPECT_EQ(fails(QStringLiteral("{type='QPushButton' text='OK' occurrence='3'}")),
-              QStringLiteral("Object '{type='QPushButton' text='OK' occurrence='3'}' not found. Could not match "
-                             "properties:\n    occurrence for object name: '{occurrence='3' text='OK' "
-                             "type='QPushButton'}'"));
+              QStringLiteral(
+                  "Object '{type='QPushButton' text='OK' occurrence='3'}' not found. Could not match "
+                  "properties:\n    occurrence for object name: '{occurrence='3' text='OK' "
+                  "type='QPushButton'}'"));
     EXPECT_EQ(fails(QStringLiteral("{type='QPushButton' container={name='nowhere'}}")),
-              QStringLiteral("Object '{type='QPushButton' container={name='nowhere'}}' not found. Could not match "
-                             "properties:\n    container for object name: '{container={name='nowhere'} "
-                             "type='QPushButton'}'"));
+              QStringLiteral(
+                  "Object '{type='QPushButton' container={name='nowhere'}}' not found. Could not match "
+                  "properties:\n    container for object name: '{container={name='nowhere'} "
+                  "type='QPushButton'}'"));
 
     EXPECT_EQ(fails(QStringLiteral("mainWindow.centralWidget.form.nope")),
               QStringLiteral("Object 'mainWindow.centralWidget.form.nope' not found.\n"
                              "    Could not find child 'nope' under 'mainWindow.centralWidget.form'"));
     EXPECT_EQ(fails(QStringLiteral(":Nowhere_QPushButton")),
-              QStringLiteral("Object ':Nowhere_QPushButton' not found. Object name not found in Object Map."));
+              QStringLiteral(
+                  "Object ':Nowhere_QPushButton' not found. Object name not found in Object Map."));
     EXPECT_EQ(fails(QStringLiteral("noSuchWindow")), QStringLiteral("Object 'noSuchWindow' not found."));
 }
 
@@ -468,7 +482,8 @@ TEST_F(QtMembers, PropertiesWrittenThroughTheModelChangeTheWidgets)
     Object::Ptr name = find(QStringLiteral("{name='nameEdit'}"));
     EXPECT_TRUE(set(name, "text", text("Ada")));
     EXPECT_EQ(widget<QLineEdit>("nameEdit")->text(), QStringLiteral("Ada"));
-    EXPECT_TRUE(set(find(QStringLiteral("{name='subscribeCheck'}")), "checked", insp()->createPrimitive(true)));
+    EXPECT_TRUE(
+        set(find(QStringLiteral("{name='subscribeCheck'}")), "checked", insp()->createPrimitive(true)));
     EXPECT_TRUE(widget<QCheckBox>("subscribeCheck")->isChecked());
     Object::Ptr check = QtWrapper::wrapQObject(widget<QCheckBox>("termsCheck"));
     EXPECT_TRUE(set(check, "geometry", wrapScreenRectangle(ScreenRectangle(3, 4, 50, 20))));
@@ -481,7 +496,7 @@ TEST_F(QtMembers, PropertiesWrittenThroughTheModelChangeTheWidgets)
     EXPECT_EQ(widget<QListWidget>("itemList")->count(), 3);
     EXPECT_TRUE(set(main, "mode", number(1)));
     EXPECT_EQ(window->mode(), DemoMainWindow::Advanced);
-    EXPECT_TRUE(set(main, "mode", text("Simple")));      // an enum also takes its key
+    EXPECT_TRUE(set(main, "mode", text("Simple"))); // an enum also takes its key
     EXPECT_EQ(window->mode(), DemoMainWindow::Simple);
     EXPECT_TRUE(set(main, "options", number(5)));
     EXPECT_EQ(window->options(), DemoMainWindow::ShowToolbar | DemoMainWindow::Compact);
@@ -491,7 +506,8 @@ TEST_F(QtMembers, PropertiesWrittenThroughTheModelChangeTheWidgets)
     EXPECT_EQ(window->bigCounter(), 5000000000LL);
     EXPECT_TRUE(set(main, "focusTarget", name));
     EXPECT_EQ(window->focusTarget(), widget<QLineEdit>("nameEdit"));
-    EXPECT_TRUE(set(main, "focusTarget", QtWrapper::classForMetaObject(&QWidget::staticMetaObject)->createNull()));
+    EXPECT_TRUE(
+        set(main, "focusTarget", QtWrapper::classForMetaObject(&QWidget::staticMetaObject)->createNull()));
     EXPECT_EQ(window->focusTarget(), nullptr);
 }
 
@@ -535,8 +551,8 @@ TEST_F(QtMembers, SlotsCalledThroughTheModelRun)
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("** Busy **"));
     callMethod(main, "setStatus", { text("Calm") });
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("Calm"));
-    const Object::Ptr moved =
-        callMethod(main, "offsetBy", { wrapScreenPoint(ScreenPoint(1, 2)), number(3), number(4) });
+    const Object::Ptr moved = callMethod(main, "offsetBy",
+                                         { wrapScreenPoint(ScreenPoint(1, 2)), number(3), number(4) });
     const ScreenPoint p = unwrapScreenPoint(moved);
     EXPECT_EQ(p.x, 4);
     EXPECT_EQ(p.y, 6);
@@ -562,7 +578,8 @@ TEST_F(QtMembers, SlotsCalledThroughTheModelRun)
     const Class *edit = QtWrapper::classForMetaObject(&QLineEdit::staticMetaObject);
     Object::Ptr label = QtWrapper::wrapQObject(widget<QLabel>("statusLabel"));
     EXPECT_EQ(edit->methods(QStringLiteral("clear"))[0]->invoke(label, ObjectList()), nullptr);
-    EXPECT_EQ(insp()->lastError(), QStringLiteral("Cannot invoke QLineEdit::clear() on an object of type QLabel"));
+    EXPECT_EQ(insp()->lastError(),
+              QStringLiteral("Cannot invoke QLineEdit::clear() on an object of type QLabel"));
     EXPECT_EQ(edit->property(QStringLiteral("text"))->get(label), nullptr);
     EXPECT_FALSE(edit->property(QStringLiteral("text"))->set(label, text("x")));
     EXPECT_EQ(widget<QLabel>("statusLabel")->text(), QStringLiteral("Calm"));

@@ -33,7 +33,8 @@ namespace {
 std::unique_ptr<Application> launchDemo(const Application::Options &options = Application::Options())
 {
     QString error;
-    std::unique_ptr<Application> app = Application::launch({QStringLiteral(VEXIL_DEMO_PATH)}, options, &error);
+    std::unique_ptr<Application> app = Application::launch({ QStringLiteral(VEXIL_DEMO_PATH) }, options,
+                                                           &error);
     EXPECT_TRUE(app) << error.toStdString();
     return app;
 }
@@ -66,20 +67,22 @@ struct LookupRow
 {
     const char *label;
     const char *name;
-    const char *objectName;   // what the found object's objectName is; null when nothing is found
-    const char *error;        // lastError() after the lookup
+    const char *objectName; // what the found object's objectName is; null when nothing is found
+    const char *error; // lastError() after the lookup
 };
 
 const LookupRow kLookupRows[] = {
-    {"multi_property", "{type='QPushButton' text='OK'}", "okButton", ""},
-    {"nested_window", "{type='QLineEdit' name='nameEdit' window={type='VexilDemo::DemoMainWindow'}}", "nameEdit", ""},
-    {"dotted_path", "mainWindow.centralWidget.form.emailEdit", "emailEdit", ""},
-    {"no_match", "{type='QPushButton' text='Nowhere'}", nullptr,
-     "Object '{type='QPushButton' text='Nowhere'}' not found. Could not match properties:\n"
-     "    text for object name: '{text='Nowhere' type='QPushButton'}'"},
-    {"malformed", "{type='QPushButton'", nullptr,
-     "Cannot find object with invalid object name: Hierarchical names must not start with '{' or end in '}': "
-     "{type='QPushButton'"},
+    { "multi_property", "{type='QPushButton' text='OK'}", "okButton", "" },
+    { "nested_window", "{type='QLineEdit' name='nameEdit' window={type='VexilDemo::DemoMainWindow'}}",
+      "nameEdit", "" },
+    { "dotted_path", "mainWindow.centralWidget.form.emailEdit", "emailEdit", "" },
+    { "no_match", "{type='QPushButton' text='Nowhere'}", nullptr,
+      "Object '{type='QPushButton' text='Nowhere'}' not found. Could not match properties:\n"
+      "    text for object name: '{text='Nowhere' type='QPushButton'}'" },
+    { "malformed", "{type='QPushButton'", nullptr,
+      "Cannot find object with invalid object name: Hierarchical names must not start with '{' or end in "
+      "'}': "
+      "{type='QPushButton'" },
 };
 
 void PrintTo(const LookupRow &row, std::ostream *os)
@@ -88,8 +91,7 @@ void PrintTo(const LookupRow &row, std::ostream *os)
 }
 
 class RemoteLookup : public Demo, public ::testing::WithParamInterface<LookupRow>
-{
-};
+{ };
 
 TEST_P(RemoteLookup, FindsOrExplains)
 {
@@ -130,7 +132,7 @@ TEST_F(Demo, ClassesFollowTheProgramsChainAndKeepLocalValueClasses)
     QStringList chain;
     for (const Class *c = button; c; c = c->superClass())
         chain.append(QString::fromLatin1(c->name()));
-    EXPECT_EQ(chain, (QStringList{"QPushButton", "QAbstractButton", "QWidget", "QObject"}));
+    EXPECT_EQ(chain, (QStringList { "QPushButton", "QAbstractButton", "QWidget", "QObject" }));
     // Member numbers run along the chain, as in the program.
     for (int i = 0; i < button->numMethods(); ++i)
         ASSERT_EQ(button->method(i)->index(), i);
@@ -160,7 +162,7 @@ TEST_F(Demo, PropertiesReadAndWriteThroughTheProgram)
 
     QStringList items;
     unwrap(readProperty(window, "items"), &items);
-    EXPECT_EQ(items, (QStringList{"Apples", "Pears"}));
+    EXPECT_EQ(items, (QStringList { "Apples", "Pears" }));
     const Object::Ptr label = readProperty(window, "statusLabel");
     ASSERT_NE(dynamic_cast<RemoteObjectBase *>(label.get()), nullptr);
     EXPECT_EQ(readProperty(label, "objectName")->toString(), QStringLiteral("statusLabel"));
@@ -174,7 +176,8 @@ TEST_F(Demo, FailedWriteCarriesTheProgramsText)
     ASSERT_TRUE(window);
     insp()->lastError();
     EXPECT_FALSE(writeProperty(window, "submitCount", insp()->createPrimitive(3)));
-    EXPECT_EQ(insp()->lastError(), QStringLiteral("Object::setProperty: property submitCount is not writable"));
+    EXPECT_EQ(insp()->lastError(),
+              QStringLiteral("Object::setProperty: property submitCount is not writable"));
     EXPECT_EQ(insp()->lastError(), QString());
 }
 
@@ -182,9 +185,10 @@ TEST_F(Demo, SlotsAndInvokablesRunInTheProgram)
 {
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
     ASSERT_TRUE(window);
-    callMethod(window, "addItem", {wrap(QStringLiteral("Cherries"))});
+    callMethod(window, "addItem", { wrap(QStringLiteral("Cherries")) });
     EXPECT_EQ(callMethod(window, "itemCount")->toInteger(), 3);
-    EXPECT_EQ(callMethod(window, "greeting", {wrap(QStringLiteral("Ada"))})->toString(), QStringLiteral("Hello, Ada!"));
+    EXPECT_EQ(callMethod(window, "greeting", { wrap(QStringLiteral("Ada")) })->toString(),
+              QStringLiteral("Hello, Ada!"));
     callMethod(find("{type='QPushButton' text='OK'}"), "click");
     EXPECT_EQ(readProperty(window, "submitCount")->toInteger(), 1);
     EXPECT_EQ(readProperty(find("{name='statusLabel'}"), "text")->toString(), QStringLiteral("Submitted: "));
@@ -195,9 +199,9 @@ TEST_F(Demo, GlobalFunctionsTakeObjectsAndValues)
     const Object::Ptr window = find("{type='VexilDemo::DemoMainWindow'}");
     ASSERT_TRUE(window);
     const QVariant target = QVariant::fromValue(window);
-    insp()->call(QStringLiteral("_vexil_window_moveto"), {target, 40, 50});
+    insp()->call(QStringLiteral("_vexil_window_moveto"), { target, 40, 50 });
     EXPECT_EQ(insp()->lastError(), QString());
-    const QVariant geometry = insp()->call(QStringLiteral("_vexil_window_geometry_get"), {target});
+    const QVariant geometry = insp()->call(QStringLiteral("_vexil_window_geometry_get"), { target });
     EXPECT_EQ(geometry.toRect().topLeft(), QPoint(40, 50));
 
     EXPECT_FALSE(insp()->call(QStringLiteral("noSuchFunction"), {}).isValid());
@@ -225,7 +229,8 @@ TEST_F(Demo, RecordsComeBackAndReachTheLocalRecorder)
 
 TEST_F(Demo, SettingsHandlersAndObjectMapWorkThroughIt)
 {
-    EXPECT_TRUE(insp()->installGlobalEventHandler(QStringLiteral("DialogOpened"), QStringLiteral("onDialog")));
+    EXPECT_TRUE(
+        insp()->installGlobalEventHandler(QStringLiteral("DialogOpened"), QStringLiteral("onDialog")));
     EXPECT_TRUE(insp()->installClassEventHandler(QStringLiteral("QPushButton"), QStringLiteral("Clicked"),
                                                  QStringLiteral("onClick")));
     const Object::Ptr ok = find("{type='QPushButton' text='OK'}");
@@ -337,13 +342,13 @@ struct RefusedRow
 {
     const char *label;
     const char *program;
-    const char *reason;   // contained in the launcher's error
+    const char *reason; // contained in the launcher's error
 };
 
 const RefusedRow kRefusedRows[] = {
-    {"not_qt", "/bin/sleep", "is not a Qt 5 program"},
-    {"no_widgets", VEXIL_COREAPP_PATH,
-     "not a Qt Widgets or Qt Quick program: the application object is a QCoreApplication"},
+    { "not_qt", "/bin/sleep", "is not a Qt 5 program" },
+    { "no_widgets", VEXIL_COREAPP_PATH,
+      "not a Qt Widgets or Qt Quick program: the application object is a QCoreApplication" },
 };
 
 void PrintTo(const RefusedRow &row, std::ostream *os)
@@ -352,16 +357,16 @@ void PrintTo(const RefusedRow &row, std::ostream *os)
 }
 
 class RefusedProgram : public ::testing::TestWithParam<RefusedRow>
-{
-};
+{ };
 
 TEST_P(RefusedProgram, NamesTheReason)
 {
     QString error;
     Application::Options options;
     options.timeoutMs = 10000;
-    const std::unique_ptr<Application> app =
-        Application::launch({QString::fromLatin1(GetParam().program), QStringLiteral("5")}, options, &error);
+    const std::unique_ptr<Application> app = Application::launch({ QString::fromLatin1(GetParam().program),
+                                                                   QStringLiteral("5") },
+                                                                 options, &error);
     EXPECT_EQ(app, nullptr);
     EXPECT_TRUE(error.contains(QString::fromLatin1(GetParam().reason))) << error.toStdString();
 }
@@ -374,8 +379,9 @@ TEST(RemoteWithoutProgram, CallsGiveTheDocumentedText)
     Remote::Connection closed;
     RemoteInspector remote(closed);
     EXPECT_FALSE(remote.call(QStringLiteral("anything"), {}).isValid());
-    EXPECT_EQ(remote.lastError(), QStringLiteral("Cannot make remote calls right now. Make sure your application is "
-                                                 "running and hooked by Vexil."));
+    EXPECT_EQ(remote.lastError(),
+              QStringLiteral("Cannot make remote calls right now. Make sure your application is "
+                             "running and hooked by Vexil."));
     EXPECT_EQ(remote.findObject(QStringLiteral("x")), nullptr);
     EXPECT_FALSE(remote.lastError().isEmpty());
 }
