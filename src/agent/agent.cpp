@@ -387,13 +387,13 @@ void Agent::onAboutToBlock()
     // Our requests run synchronously on this thread, so a loop about to block while one is running is a
     // nested loop (a modal dialog's exec()): answer the request now and keep serving from that loop. A loop
     // the wrapper runs itself (a drag's pace) is part of the call.
-    for (Running &r : m_running) {
-        if (QtWrapper::inOwnEventLoop())
-            break;
-        if (!r.answered) {
-            r.answered = true;
-            if (r.reply.connection)
-                r.reply.connection->send(r.reply.id, Protocol::Ok, r.earlyBody);
+    if (!m_running.empty() && !QtWrapper::inOwnEventLoop()) {
+        for (Running &r : m_running) {
+            if (!r.answered) {
+                r.answered = true;
+                if (r.reply.connection)
+                    r.reply.connection->send(r.reply.id, Protocol::Ok, r.earlyBody);
+            }
         }
     }
     recheckWaits();

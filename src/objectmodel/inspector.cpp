@@ -203,8 +203,8 @@ ObjectList Inspector::objects() const
     if (!m_topLevel)
         return result;
     for (const ObjectHierarchyDelegate *d : *m_topLevel) {
-        const ObjectList part = d->children(Object::Ptr());
-        for (const Object::Ptr &o : part)
+        const ObjectList topLevel = d->children(Object::Ptr());
+        for (const Object::Ptr &o : topLevel)
             result.push_back(o);
     }
     return result;
@@ -282,13 +282,13 @@ Namespace *Inspector::nameSpaceFromFullyQualifiedName(const QString &name) const
     Namespace *ns = globalNamespace();
     if (!ns)
         return nullptr;
-    const QStringList parts = name.split(QStringLiteral("::"));
-    for (int i = 0; i < parts.size() - 1; ++i) {
-        ns = ns->getNamespace(parts.at(i));
+    const QStringList segments = name.split(QStringLiteral("::"));
+    for (int i = 0; i < segments.size() - 1; ++i) {
+        ns = ns->getNamespace(segments.at(i));
         if (!ns)
             return nullptr;
     }
-    return ns->getNamespace(parts.last());
+    return ns->getNamespace(segments.last());
 }
 
 int Inspector::registerNamespace(Namespace *ns) const
@@ -635,7 +635,7 @@ QVariant Inspector::call(const QString &name, const FList<QVariant> &args)
 
 QString unescape2(const QString &s)
 {
-    // Most path parts have nothing to unescape.
+    // Most path segments have nothing to unescape.
     if (!s.contains(QChar(1)) && !s.contains(QLatin1Char('\\')))
         return s;
     QString result = s;

@@ -515,10 +515,10 @@ Namespace *RemoteInspector::nameSpaceFromFullyQualifiedName(const QString &name)
     if (name.isEmpty())
         return nullptr;
     Namespace *ns = nameSpace(0);
-    const QStringList parts = name.split(QStringLiteral("::"));
-    for (int i = 0; ns && i < parts.size() - 1; ++i)
-        ns = ns->getNamespace(parts.at(i));
-    return ns ? ns->getNamespace(parts.last()) : nullptr;
+    const QStringList segments = name.split(QStringLiteral("::"));
+    for (int i = 0; ns && i < segments.size() - 1; ++i)
+        ns = ns->getNamespace(segments.at(i));
+    return ns ? ns->getNamespace(segments.last()) : nullptr;
 }
 
 int RemoteInspector::registerNamespace(Namespace *ns) const

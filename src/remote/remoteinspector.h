@@ -128,7 +128,7 @@ public:
     /// texts); the value reached, or null with lastError() saying what it was instead.
     Object::Ptr waitForProperty(const Object::Ptr &object, const QString &property, const QVariant &expected,
                                 int waitMs);
-    /// Runs one step in one round trip; false with lastError() set when any part fails.
+    /// Runs one step in one round trip; false with lastError() set when any of it fails.
     bool step(const StepRequest &request, StepAnswer *answer);
     /// The class, real and symbolic names of a remote object; false with lastError() set otherwise.
     bool describe(const Object::Ptr &object, ObjectNames *names);

@@ -57,18 +57,16 @@ FunctionCallResult<void> onWindow(const Object::Ptr &object, WidgetOperation onW
     return FunctionCallResult<void>(error);
 }
 
-// The same operation through each kind of window, for operations both spell alike.
-#define VEXIL_ON_WINDOW(object, body)                                                                        \
-    onWindow(                                                                                                \
-        object,                                                                                              \
-        [&](QWidget *w) {                                                                                    \
-            body;                                                                                            \
-            return QString();                                                                                \
-        },                                                                                                   \
-        [&](QWindow *w) {                                                                                    \
-            body;                                                                                            \
-            return QString();                                                                                \
-        })
+// The same operation through each kind of window, for operations both spell alike (a generic lambda).
+template <class Operation>
+FunctionCallResult<void> onWindow(const Object::Ptr &object, Operation op)
+{
+    const auto done = [&op](auto *w) {
+        op(w);
+        return QString();
+    };
+    return onWindow(object, done, done);
+}
 
 } // namespace
 
@@ -91,12 +89,12 @@ FunctionCallResult<void> QtWindowDelegate::closeWindow(Object::Ptr window) const
 
 FunctionCallResult<void> QtWindowDelegate::maximizeWindow(Object::Ptr window) const
 {
-    return VEXIL_ON_WINDOW(window, w->showMaximized());
+    return onWindow(window, [&](auto *w) { w->showMaximized(); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::minimizeWindow(Object::Ptr window) const
 {
-    return VEXIL_ON_WINDOW(window, w->showMinimized());
+    return onWindow(window, [&](auto *w) { w->showMinimized(); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::moveWindowTo(Object::Ptr window, int x, int y) const
@@ -121,17 +119,17 @@ FunctionCallResult<void> QtWindowDelegate::resizeWindowTo(Object::Ptr window, in
     if (width < 0 || height < 0)
         return FunctionCallResult<void>(
             QStringLiteral("Cannot resize a window to %1x%2.").arg(width).arg(height));
-    return VEXIL_ON_WINDOW(window, w->resize(width, height));
+    return onWindow(window, [&](auto *w) { w->resize(width, height); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::restoreWindow(Object::Ptr window) const
 {
-    return VEXIL_ON_WINDOW(window, w->showNormal());
+    return onWindow(window, [&](auto *w) { w->showNormal(); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::setFullscreenWindow(Object::Ptr window) const
 {
-    return VEXIL_ON_WINDOW(window, w->showFullScreen());
+    return onWindow(window, [&](auto *w) { w->showFullScreen(); });
 }
 
 FunctionCallResult<void> QtWindowDelegate::setForegroundWindow(Object::Ptr window) const
